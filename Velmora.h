@@ -1,0 +1,10 @@
+// Every public header of the Velmora base library.
+#pragma once
+
+#include "common/common_char.h"
+#include "common/common_checked_types.h"
+#include "common/common_smart_ptr.h"
+#include "common/common_string.h"
+#include "common/common_types.h"
+
+#include "Util/CFString.h"

@@ -1,0 +1,8 @@
+/* The Carbon subset that Velmora uses, provided on Linux by libvelmora_platform. */
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <Carbon/CarbonEvents.h>
+#include <Carbon/MacMemory.h>
+#include <Carbon/TextEncodingConverter.h>
