@@ -4,5 +4,6 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <Carbon/CarbonEvents.h>
+#include <Carbon/Dialogs.h>
 #include <Carbon/MacMemory.h>
 #include <Carbon/TextEncodingConverter.h>

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
+#include <CoreFoundation/CFPreferences.h>
 #include <CoreFoundation/CFUUID.h>
 
 CF_EXTERN_C_BEGIN
@@ -12,5 +13,18 @@ CF_EXPORT void VelmoraSetCurrentEventTimeForTesting(double seconds);
 
 /* Live instances counted for factoryID by CFPlugInAddInstanceForFactory. */
 CF_EXPORT CFIndex VelmoraPlugInInstanceCount(CFUUIDRef factoryID);
+
+/* Called at the start of every CFPreferences call of the process with the call's name
+ * ("CFPreferencesSetValue", "CFPreferencesCopyValue", "CFPreferencesCopyKeyList",
+ * "CFPreferencesSynchronize") and its arguments (key and value are NULL where the call has
+ * none). NULL stops the observation. */
+typedef void (*VelmoraPreferencesObserver)(void* context, const char* call, CFStringRef key,
+                                           CFPropertyListRef value, CFStringRef applicationID,
+                                           CFStringRef userName, CFStringRef hostName);
+CF_EXPORT void VelmoraSetPreferencesObserver(VelmoraPreferencesObserver observer, void* context);
+
+/* Drops every cached domain and pending change, and forgets the store's location, so the
+ * next call reads VELMORA_PREFS_ROOT and the files afresh. */
+CF_EXPORT void VelmoraResetPreferencesForTesting(void);
 
 CF_EXTERN_C_END
