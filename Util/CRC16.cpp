@@ -1,0 +1,195 @@
+// Util::CRC16: table-driven CRC-16/ARC with a slicing-by-16 block loop and, on x86-64
+// processors that have it, carry-less multiplication folding for large blocks.
+#include "Util/CRC16.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+#define VELMORA_CRC16_CLMUL 1
+#include <immintrin.h>
+#endif
+
+namespace {
+
+typedef std::array<std::uint16_t, 256> ByteTable;
+
+// Entries of the single-bit bytes 0x01, 0x02, 0x04, ..., 0x80; every other entry is the XOR
+// of the entries of its set bits, because the CRC is linear.
+constexpr std::uint16_t kBitEntries[8] = {0xC0C1, 0xC181, 0xC301, 0xC601,
+                                          0xCC01, 0xD801, 0xF001, 0xA001};
+
+constexpr ByteTable makeByteTable() {
+    ByteTable table{};
+    for (unsigned i = 0; i < 256; ++i) {
+        std::uint16_t entry = 0;
+        for (unsigned bit = 0; bit < 8; ++bit)
+            if (i & (1u << bit))
+                entry ^= kBitEntries[bit];
+        table[i] = entry;
+    }
+    return table;
+}
+
+// Built at compile time, so there is no first-use race and nothing to fill at run time.
+constexpr ByteTable kByteTable = makeByteTable();
+
+ByteTable const& GetCRCTable() {
+    return kByteTable;
+}
+
+// kSlices[k][b] is the CRC of the byte b followed by k zero bytes, so one pass can fold
+// sixteen bytes with sixteen independent lookups.
+constexpr unsigned kSliceCount = 16;
+typedef std::array<ByteTable, kSliceCount> SliceTables;
+
+constexpr SliceTables makeSliceTables() {
+    SliceTables slices{};
+    slices[0] = kByteTable;
+    for (unsigned k = 1; k < kSliceCount; ++k)
+        for (unsigned b = 0; b < 256; ++b) {
+            std::uint16_t const prev = slices[k - 1][b];
+            slices[k][b] = static_cast<std::uint16_t>((prev >> 8) ^ kByteTable[prev & 0xFF]);
+        }
+    return slices;
+}
+
+constexpr SliceTables kSlices = makeSliceTables();
+
+inline std::uint16_t foldByte(std::uint16_t crc, unsigned char byte) {
+    return static_cast<std::uint16_t>((crc >> 8) ^ kByteTable[(crc ^ byte) & 0xFF]);
+}
+
+std::uint16_t crcSlicing(std::uint16_t crc, unsigned char const* p, std::size_t n) {
+    while (n >= kSliceCount) {
+        // The 16-bit state only reaches the first two bytes of the pass.
+        unsigned const b0 = p[0] ^ (crc & 0xFFu);
+        unsigned const b1 = p[1] ^ (crc >> 8);
+        crc = static_cast<std::uint16_t>(
+            kSlices[15][b0] ^ kSlices[14][b1] ^ kSlices[13][p[2]] ^ kSlices[12][p[3]] ^
+            kSlices[11][p[4]] ^ kSlices[10][p[5]] ^ kSlices[9][p[6]] ^ kSlices[8][p[7]] ^
+            kSlices[7][p[8]] ^ kSlices[6][p[9]] ^ kSlices[5][p[10]] ^ kSlices[4][p[11]] ^
+            kSlices[3][p[12]] ^ kSlices[2][p[13]] ^ kSlices[1][p[14]] ^ kSlices[0][p[15]]);
+        p += kSliceCount;
+        n -= kSliceCount;
+    }
+    while (n-- > 0)
+        crc = foldByte(crc, *p++);
+    return crc;
+}
+
+#if VELMORA_CRC16_CLMUL
+
+// Carry-less multiplication folding. A 16-byte block is a polynomial of degree < 128 in the
+// reflected order: bit j of the little-endian 128-bit value is the coefficient of x^(127-j).
+// Folding a block A over a distance of d bits replaces A * x^d by
+// A.high64 * (x^(d+64) mod P) + A.low64 * (x^d mod P), which has the same remainder and fits
+// in 128 bits again; the running value then only ever needs a final 16-byte table pass.
+
+// The multiplier for x^n mod P as one 64-bit operand: x * (x^(n-1) mod P), with bit k standing
+// for x^(64-k). The extra factor x makes the 127-bit product land on the 128-bit layout.
+constexpr std::uint64_t foldConstant(unsigned n) {
+    std::uint32_t r = 1;
+    for (unsigned i = 1; i < n; ++i) {
+        r <<= 1;
+        if (r & 0x10000u)
+            r ^= 0x18005u;
+    }
+    std::uint64_t c = 0;
+    for (unsigned e = 0; e < 16; ++e)
+        if (r & (1u << e))
+            c |= std::uint64_t{1} << (63 - e);
+    return c;
+}
+
+constexpr std::uint64_t kFold128Low = foldConstant(128 + 64);
+constexpr std::uint64_t kFold128High = foldConstant(128);
+constexpr std::uint64_t kFold1024Low = foldConstant(1024 + 64);
+constexpr std::uint64_t kFold1024High = foldConstant(1024);
+
+// Below this the setup and the final reduction cost more than the table loop.
+constexpr std::size_t kClmulMinimum = 256;
+
+__attribute__((target("pclmul"))) inline __m128i fold(__m128i acc, __m128i k, __m128i next) {
+    __m128i const low = _mm_clmulepi64_si128(acc, k, 0x00);
+    __m128i const high = _mm_clmulepi64_si128(acc, k, 0x11);
+    return _mm_xor_si128(_mm_xor_si128(low, high), next);
+}
+
+inline __m128i load(unsigned char const* p) {
+    return _mm_loadu_si128(reinterpret_cast<__m128i const*>(p));
+}
+
+__attribute__((target("pclmul"))) std::uint16_t crcClmul(std::uint16_t crc, unsigned char const* p,
+                                                         std::size_t n) {
+    if (n < kClmulMinimum)
+        return crcSlicing(crc, p, n);
+
+    __m128i const k1024 =
+        _mm_set_epi64x(static_cast<long long>(kFold1024High), static_cast<long long>(kFold1024Low));
+    __m128i const k128 =
+        _mm_set_epi64x(static_cast<long long>(kFold128High), static_cast<long long>(kFold128Low));
+
+    // Eight independent lanes of 16 bytes hide the multiplier's latency.
+    __m128i lane[8];
+    for (int i = 0; i < 8; ++i)
+        lane[i] = load(p + 16 * i);
+    // A running value is the same as XORing it into the first two message bytes.
+    lane[0] = _mm_xor_si128(lane[0], _mm_cvtsi32_si128(crc));
+    p += 128;
+    n -= 128;
+    while (n >= 128) {
+        for (int i = 0; i < 8; ++i)
+            lane[i] = fold(lane[i], k1024, load(p + 16 * i));
+        p += 128;
+        n -= 128;
+    }
+
+    __m128i acc = lane[0];
+    for (int i = 1; i < 8; ++i)
+        acc = fold(acc, k128, lane[i]);
+    while (n >= 16) {
+        acc = fold(acc, k128, load(p));
+        p += 16;
+        n -= 16;
+    }
+
+    alignas(16) unsigned char rest[16];
+    _mm_store_si128(reinterpret_cast<__m128i*>(rest), acc);
+    return crcSlicing(crcSlicing(0, rest, 16), p, n);
+}
+
+#endif // VELMORA_CRC16_CLMUL
+
+typedef std::uint16_t (*BlockFunction)(std::uint16_t, unsigned char const*, std::size_t);
+
+BlockFunction chooseBlockFunction() {
+#if VELMORA_CRC16_CLMUL
+    char const* portable = std::getenv("VELMORA_CRC16_PORTABLE");
+    bool const forcePortable = portable != nullptr && *portable != '\0';
+    __builtin_cpu_init();
+    if (!forcePortable && __builtin_cpu_supports("pclmul"))
+        return crcClmul;
+#endif
+    return crcSlicing;
+}
+
+} // namespace
+
+namespace Util {
+
+void CRC16(unsigned short& crc, char byte) {
+    crc = static_cast<unsigned short>(
+        (crc >> 8) ^ GetCRCTable()[(crc ^ static_cast<unsigned char>(byte)) & 0xFF]);
+}
+
+unsigned short CRC16(char const* data, unsigned int length) {
+    if (length == 0)
+        return 0;
+    static BlockFunction const blockFunction = chooseBlockFunction();
+    return blockFunction(0, reinterpret_cast<unsigned char const*>(data), length);
+}
+
+} // namespace Util
