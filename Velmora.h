@@ -8,3 +8,4 @@
 #include "common/common_types.h"
 
 #include "Util/CFString.h"
+#include "UI/Alert.h"
