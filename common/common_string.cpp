@@ -2,8 +2,13 @@
 
 #include <Carbon/Carbon.h>
 
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <memory>
+#include <type_traits>
 
 namespace {
 
@@ -22,6 +27,307 @@ int StringCompare(char const* a, char const* b) {
         return 1;
     return std::strcmp(a, b);
 }
+
+// The bytes 0x09..0x0D, " " and those the table marks as separators (0xA0).
+inline bool isWhite(char c) {
+    return Char(c).IsSpace();
+}
+
+// ASCII-only case folding: "A".."Z" to "a".."z", every other byte unchanged.
+inline unsigned char foldCase(char c) {
+    unsigned char const b = static_cast<unsigned char>(c);
+    return static_cast<unsigned int>(b - 'A') < 26u ? static_cast<unsigned char>(b + 0x20) : b;
+}
+
+// Compares n bytes as C strings compare them (stopping where both hold a zero byte),
+// optionally folding case. The callers know both texts hold at least n bytes.
+bool sameCText(char const* a, char const* b, unsigned int n, bool caseSensitive) {
+    if (caseSensitive)
+        return std::strncmp(a, b, n) == 0;
+    for (unsigned int i = 0; i < n; ++i) {
+        unsigned char const x = foldCase(a[i]);
+        if (x != foldCase(b[i]))
+            return false;
+        if (x == 0)
+            return true;
+    }
+    return true;
+}
+
+// A lower-case copy of the terminated text s.
+std::string lowerCopy(char const* s) {
+    std::string result(s);
+    for (char& c : result)
+        c = static_cast<char>(foldCase(c));
+    return result;
+}
+
+char const kDigits[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+
+// Writes the digits of magnitude in Base backwards so that they end just before end.
+template <unsigned int Base, typename Unsigned>
+char* writeDigitsIn(Unsigned magnitude, char* end) {
+    char* p = end;
+    do {
+        *--p = kDigits[magnitude % Base];
+        magnitude /= Base;
+    } while (magnitude != 0);
+    return p;
+}
+
+// Writes the digits of magnitude backwards so that they end just before end, with a "-" in
+// front when negative, and returns the first character written. A base outside 2..36 means
+// 10. end must have room for 64 binary digits and the sign.
+template <typename Unsigned>
+char* writeDigits(Unsigned magnitude, bool negative, unsigned int base, char* end) {
+    static_assert(std::is_unsigned<Unsigned>::value, "digits are written from a magnitude");
+    char* p;
+    // The common bases get a constant divisor, which the compiler turns into cheap steps.
+    if (base == 10 || base < 2 || base > 36) {
+        p = writeDigitsIn<10>(magnitude, end);
+    } else if (base == 16) {
+        p = writeDigitsIn<16>(magnitude, end);
+    } else {
+        p = end;
+        do {
+            *--p = kDigits[magnitude % base];
+            magnitude /= base;
+        } while (magnitude != 0);
+    }
+    if (negative)
+        *--p = '-';
+    return p;
+}
+
+// Room for 64 binary digits and a sign.
+unsigned int const kDigitBufferSize = 65;
+
+// The magnitude is taken in unsigned arithmetic, so the most negative value needs no
+// special case and prints as "-" and its magnitude in every base.
+template <typename Signed>
+String formatSigned(Signed value, unsigned int base) {
+    using Unsigned = std::make_unsigned_t<Signed>;
+    Unsigned const bits = static_cast<Unsigned>(value);
+    bool const negative = value < 0;
+    char buffer[kDigitBufferSize];
+    char* const end = buffer + sizeof buffer;
+    char const* const first =
+        writeDigits<Unsigned>(negative ? Unsigned(0) - bits : bits, negative, base, end);
+    return String(first, static_cast<unsigned int>(end - first));
+}
+
+template <typename Unsigned>
+String formatUnsigned(Unsigned value, unsigned int base) {
+    char buffer[kDigitBufferSize];
+    char* const end = buffer + sizeof buffer;
+    char const* const first = writeDigits<Unsigned>(value, false, base, end);
+    return String(first, static_cast<unsigned int>(end - first));
+}
+
+String formatInteger(int value, unsigned int base) {
+    return formatSigned(value, base);
+}
+String formatInteger(long value, unsigned int base) {
+    return formatSigned(value, base);
+}
+String formatInteger(unsigned int value, unsigned int base) {
+    return formatUnsigned(value, base);
+}
+String formatInteger(unsigned long value, unsigned int base) {
+    return formatUnsigned(value, base);
+}
+
+// The 64-bit forms go through printf: hexadecimal for base 16, decimal for every other base.
+String formatInteger(long long value, unsigned int base) {
+    char buffer[32];
+    int const n = std::snprintf(buffer, sizeof buffer, base == 16 ? "%llX" : "%lld", value);
+    return String(buffer, static_cast<unsigned int>(n));
+}
+
+String formatInteger(unsigned long long value, unsigned int base) {
+    char buffer[32];
+    int const n = std::snprintf(buffer, sizeof buffer, base == 16 ? "%llX" : "%llu", value);
+    return String(buffer, static_cast<unsigned int>(n));
+}
+
+String formatFloat(double value, checked_value<unsigned int> const& precision, char format) {
+    if (format == '\0' || std::strchr("fFeEgG", format) == nullptr)
+        format = 'f';
+    char spec[8];
+    char* p = spec;
+    *p++ = '%';
+    if (precision.IsSet()) {
+        unsigned int const digits = precision.GetValue() > 99u ? 99u : precision.GetValue();
+        *p++ = '.';
+        if (digits >= 10)
+            *p++ = static_cast<char>('0' + digits / 10);
+        *p++ = static_cast<char>('0' + digits % 10);
+    }
+    *p++ = format;
+    *p = '\0';
+    char buffer[1024];
+    int const n = std::snprintf(buffer, sizeof buffer, spec, value);
+    unsigned int const length = n < 0 ? 0u : static_cast<unsigned int>(n < 1024 ? n : 1023);
+    return String(buffer, length);
+}
+
+// 0xFFFFFFFF stands for "no precision".
+checked_value<unsigned int> precisionOf(unsigned int precision) {
+    return precision == 0xFFFFFFFFu ? checked_value<unsigned int>()
+                                    : checked_value<unsigned int>(precision);
+}
+
+// Whether c is a digit of base. Up to base 10 only decimal digits below the base count.
+// Above it, letters extend the digits from 10 upward in either case; the byte is compared
+// as a signed char, so bytes from 0x80 up are never digits.
+bool checkCharInBase(Char const& c, unsigned int base) {
+    if (base <= 10)
+        return c.IsDigit() && static_cast<unsigned int>(c.Value() - '0') < base;
+    if (c.IsDigit())
+        return true;
+    signed char const s = static_cast<signed char>(c.Value());
+    if (s > 0x60 && s < static_cast<signed char>(0x57 + base))
+        return true;
+    if (s <= 0x40)
+        return false;
+    return s < static_cast<signed char>(0x37 + base);
+}
+
+// Reads digits of base from p while they last, stepping p and remaining on. ok is false on
+// overflow of T (the result is then 0); at the first non-digit or the end, ok is true and p
+// and remaining describe the unread tail.
+template <typename T>
+T scanUInt(char const*& p, unsigned int& remaining, unsigned int base, bool& ok) {
+    ok = false;
+    if (base == 0) // no character is a digit of base 0; this only guards the divisions
+        return 0;
+    T const limit = std::numeric_limits<T>::max() / base;
+    T const rest = std::numeric_limits<T>::max() % base;
+    T value = 0;
+    while (remaining != 0 && checkCharInBase(*p, base)) {
+        unsigned int const c = static_cast<unsigned char>(*p);
+        unsigned int digit;
+        if (Char(*p).IsDigit())
+            digit = c - '0';
+        else if (c >= 'a' && c <= 'z')
+            digit = c - 87;
+        else
+            digit = c - 55;
+        if (value > limit || (value == limit && digit > rest))
+            return 0;
+        value = static_cast<T>(value * base + digit);
+        ++p;
+        --remaining;
+    }
+    ok = true;
+    return value;
+}
+
+// The common part of the integer parsers: white space, a sign ("-" only when allowMinus),
+// digits, white space, and nothing else. Returns false when the text is rejected.
+template <typename U>
+bool readInteger(String const& text, unsigned int base, bool allowMinus, U& magnitude,
+                 bool& negative) {
+    unsigned int remaining = text.GetLength();
+    char const* p = text.Latin1();
+    while (remaining != 0 && isWhite(*p)) {
+        ++p;
+        --remaining;
+    }
+    negative = false;
+    if (remaining != 0 && (*p == '+' || (allowMinus && *p == '-'))) {
+        negative = *p == '-';
+        ++p;
+        --remaining;
+    }
+    if (remaining == 0 || !checkCharInBase(*p, base))
+        return false;
+    bool scanned = false;
+    magnitude = scanUInt<U>(p, remaining, base, scanned);
+    if (!scanned)
+        return false;
+    while (remaining != 0 && isWhite(*p)) {
+        ++p;
+        --remaining;
+    }
+    return remaining == 0;
+}
+
+template <typename T>
+T toUInt(String const& text, bool* ok, unsigned int base) {
+    if (ok != nullptr)
+        *ok = false;
+    T value = 0;
+    bool negative = false;
+    if (!readInteger<T>(text, base, false, value, negative))
+        return 0;
+    if (ok != nullptr)
+        *ok = true;
+    return value;
+}
+
+// Reads a magnitude of type U, accepts it up to maxPositive (maxNegative after a "-") and
+// returns it, negated after a "-", cut to the width of S.
+template <typename U, typename S>
+S toInt(String const& text, bool* ok, unsigned int base, U maxPositive, U maxNegative) {
+    if (ok != nullptr)
+        *ok = false;
+    U magnitude = 0;
+    bool negative = false;
+    if (!readInteger<U>(text, base, true, magnitude, negative))
+        return 0;
+    if (magnitude > (negative ? maxNegative : maxPositive))
+        return 0;
+    if (ok != nullptr)
+        *ok = true;
+    using Bits = std::make_unsigned_t<S>;
+    Bits const bits = static_cast<Bits>(magnitude);
+    return static_cast<S>(negative ? static_cast<Bits>(Bits(0) - bits) : bits);
+}
+
+// Finds a fixed pattern in a text, left to right, in time linear in the text. Most texts
+// are served fastest by memchr on the first byte and memcmp on the rest; when failed
+// comparisons have cost more than a few times the bytes passed (think "aaa...ab" in
+// "aaaa..."), the search moves on to memmem, which is linear for every pattern.
+class PatternSearch {
+public:
+    PatternSearch(char const* text, char const* pattern, std::size_t patternLength)
+        : m_text(text), m_pattern(pattern), m_patternLength(patternLength) {}
+
+    // The first occurrence that starts in [from, last], or null.
+    char const* Next(char const* from, char const* last) {
+        if (!m_useMemmem) {
+            unsigned char const first = static_cast<unsigned char>(m_pattern[0]);
+            for (char const* p = from; p <= last; ++p) {
+                p = static_cast<char const*>(std::memchr(p, first, last - p + 1));
+                if (p == nullptr)
+                    return nullptr;
+                if (std::memcmp(p + 1, m_pattern + 1, m_patternLength - 1) == 0)
+                    return p;
+                m_wasted += m_patternLength;
+                if (m_wasted > 4 * static_cast<std::size_t>(p - m_text) + 1024) {
+                    m_useMemmem = true;
+                    from = p + 1;
+                    break;
+                }
+            }
+            if (!m_useMemmem)
+                return nullptr;
+        }
+        if (from > last)
+            return nullptr;
+        return static_cast<char const*>(
+            ::memmem(from, static_cast<std::size_t>(last - from) + m_patternLength, m_pattern,
+                     m_patternLength));
+    }
+
+private:
+    char const* m_text;
+    char const* m_pattern;
+    std::size_t m_patternLength;
+    std::size_t m_wasted = 0; // upper bound of the bytes compared at failed candidates
+    bool m_useMemmem = false;
+};
 
 } // namespace
 
@@ -121,7 +427,9 @@ String& String::operator+=(String const& other) {
     return *this;
 }
 
-String& String::operator+=(char c) { return *this += String(c); }
+String& String::operator+=(char c) {
+    return *this += String(c);
+}
 
 String& String::Insert(unsigned int pos, String const& s) {
     unsigned int const length = GetLength();
@@ -184,3 +492,476 @@ String operator+(String const& a, char const* b) {
     result += String(b);
     return result;
 }
+
+String String::fromBytes(std::string&& bytes) {
+    String result;
+    result.m_pString.reset(new std::string(std::move(bytes)));
+    return result;
+}
+
+// --- Searching ----------------------------------------------------------------------------
+
+checked_value<unsigned int> String::Find(char c, unsigned int start, bool caseSensitive) const {
+    unsigned int const length = GetLength();
+    if (start >= length)
+        return checked_value<unsigned int>();
+    char const* const text = m_pString->data();
+    unsigned char const wanted = caseSensitive ? static_cast<unsigned char>(c) : foldCase(c);
+    // A byte that folding leaves alone can only match itself, so memchr does the scan.
+    if (caseSensitive || static_cast<unsigned int>(wanted - 'a') >= 26u) {
+        void const* const hit = std::memchr(text + start, wanted, length - start);
+        if (hit == nullptr)
+            return checked_value<unsigned int>();
+        return static_cast<unsigned int>(static_cast<char const*>(hit) - text);
+    }
+    // wanted is a lower-case letter: a byte matches exactly when it equals wanted with bit 5
+    // set. Blocks of 32 without a match are skipped by a loop the compiler vectorises.
+    unsigned int i = start;
+    for (; length - i >= 32; i += 32) {
+        unsigned char const* const block = reinterpret_cast<unsigned char const*>(text) + i;
+        unsigned char any = 0;
+        for (int k = 0; k < 32; ++k)
+            any |= static_cast<unsigned char>((block[k] | 0x20) == wanted);
+        if (any != 0)
+            break;
+    }
+    for (; i < length; ++i) {
+        if ((static_cast<unsigned char>(text[i]) | 0x20) == wanted)
+            return i;
+    }
+    return checked_value<unsigned int>();
+}
+
+checked_value<unsigned int> String::FindRev(char c, checked_value<unsigned int> const& start,
+                                            bool caseSensitive) const {
+    unsigned int const length = GetLength();
+    if (length == 0)
+        return checked_value<unsigned int>();
+    unsigned int const from = start.IsSet() ? start.GetValue() : length - 1;
+    if (from >= length)
+        return checked_value<unsigned int>();
+    char const* const text = m_pString->data();
+    unsigned char const wanted = caseSensitive ? static_cast<unsigned char>(c) : foldCase(c);
+    for (unsigned int i = from + 1; i-- > 0;) {
+        unsigned char const b =
+            caseSensitive ? static_cast<unsigned char>(text[i]) : foldCase(text[i]);
+        if (b == wanted)
+            return i;
+    }
+    return checked_value<unsigned int>();
+}
+
+checked_value<unsigned int> String::Find(char const* s, unsigned int start,
+                                         bool caseSensitive) const {
+    unsigned int const length = GetLength();
+    if (start >= length)
+        return checked_value<unsigned int>();
+    if (s == nullptr)
+        s = kEmptyText;
+    char const* const text = Latin1();
+    if (caseSensitive) {
+        char const* const hit = std::strstr(text + start, s);
+        if (hit == nullptr)
+            return checked_value<unsigned int>();
+        return static_cast<unsigned int>(hit - text);
+    }
+    // Positions before start take no part, so only the tail is folded.
+    std::string const haystack = lowerCopy(text + start);
+    std::string const needle = lowerCopy(s);
+    std::string::size_type const hit = haystack.find(needle);
+    if (hit == std::string::npos)
+        return checked_value<unsigned int>();
+    return start + static_cast<unsigned int>(hit);
+}
+
+bool String::BeginsWith(String const& s, bool caseSensitive) const {
+    unsigned int const n = s.GetLength();
+    if (n > GetLength())
+        return false;
+    return sameCText(Latin1(), s.Latin1(), n, caseSensitive);
+}
+
+bool String::EndsWith(String const& s, bool caseSensitive) const {
+    unsigned int const n = s.GetLength();
+    unsigned int const length = GetLength();
+    if (n > length)
+        return false;
+    return sameCText(Latin1() + (length - n), s.Latin1(), n, caseSensitive);
+}
+
+// --- Pieces -------------------------------------------------------------------------------
+
+String String::Left(unsigned int n) const {
+    if (m_pString.get() == nullptr)
+        return String();
+    if (n >= GetLength())
+        return *this;
+    return fromBytes(std::string(*m_pString, 0, n));
+}
+
+String String::Right(unsigned int n) const {
+    if (m_pString.get() == nullptr)
+        return String();
+    unsigned int const length = GetLength();
+    if (n >= length)
+        return *this;
+    return fromBytes(std::string(*m_pString, length - n, n));
+}
+
+String String::Mid(unsigned int start, checked_value<unsigned int> const& count) const {
+    unsigned int const length = GetLength();
+    if (start >= length)
+        return String();
+    unsigned int const available = length - start;
+    unsigned int const n =
+        count.IsSet() && count.GetValue() < available ? count.GetValue() : available;
+    if (n == length)
+        return *this;
+    return fromBytes(std::string(*m_pString, start, n));
+}
+
+// --- Case and white space -----------------------------------------------------------------
+
+String String::ToUpper() const {
+    if (m_pString.get() == nullptr)
+        return String();
+    std::string text(*m_pString);
+    for (char& c : text) {
+        if (static_cast<unsigned int>(static_cast<unsigned char>(c) - 'a') < 26u)
+            c = static_cast<char>(c - 0x20);
+    }
+    return fromBytes(std::move(text));
+}
+
+String String::ToLower() const {
+    if (m_pString.get() == nullptr)
+        return String();
+    std::string text(*m_pString);
+    for (char& c : text)
+        c = static_cast<char>(foldCase(c));
+    return fromBytes(std::move(text));
+}
+
+String String::StripWhiteSpace() const {
+    unsigned int const length = GetLength();
+    if (length == 0)
+        return *this;
+    char const* const text = m_pString->data();
+    if (!isWhite(text[0]) && !isWhite(text[length - 1]))
+        return *this;
+    unsigned int first = 0;
+    while (first < length && isWhite(text[first]))
+        ++first;
+    unsigned int last = length;
+    while (last > first && isWhite(text[last - 1]))
+        --last;
+    return fromBytes(std::string(text + first, last - first));
+}
+
+String String::SimplifyWhiteSpace() const {
+    unsigned int const length = GetLength();
+    if (length == 0)
+        return *this;
+    char const* const text = m_pString->data();
+    // The result is never longer than the text: allocate once and cut it at the end.
+    std::string result(length, '\0');
+    char* const out = &result[0];
+    unsigned int written = 0;
+    unsigned int i = 0;
+    while (i < length && isWhite(text[i]))
+        ++i;
+    while (i < length) {
+        while (i < length && !isWhite(text[i]))
+            out[written++] = text[i++];
+        if (i < length) {
+            out[written++] = ' ';
+            while (i < length && isWhite(text[i]))
+                ++i;
+        }
+    }
+    if (written != 0 && out[written - 1] == ' ')
+        --written;
+    result.resize(written);
+    return fromBytes(std::move(result));
+}
+
+// --- Editing ------------------------------------------------------------------------------
+
+String String::ReplaceChar(Char const& from, Char const& to) const {
+    std::string text(Latin1());
+    char const f = from.Value();
+    char const t = to.Value();
+    for (char& c : text) {
+        if (c == f)
+            c = t;
+    }
+    return fromBytes(std::move(text));
+}
+
+String String::Replace(String const& what, String const& with) const {
+    unsigned int const length = GetLength();
+    unsigned int const whatLength = what.GetLength();
+    if (length == 0 || whatLength == 0 || whatLength > length)
+        return *this;
+    char const* const text = m_pString->data();
+    // Occurrences are compared as C strings are, so a zero byte inside what ends the part
+    // that must match, and that zero byte itself must be matched.
+    char const* const pattern = what.m_pString->data();
+    std::size_t patternLength = ::strnlen(pattern, whatLength);
+    if (patternLength < whatLength)
+        ++patternLength;
+    PatternSearch search(text, pattern, patternLength);
+    char const* const lastStart = text + (length - whatLength);
+    char const* hit = search.Next(text, lastStart);
+    if (hit == nullptr)
+        return *this;
+
+    unsigned int const withLength = with.GetLength();
+    char const* const replacement = with.Latin1();
+    std::string result;
+    // Enough for a result that does not grow; a growing one reallocates geometrically.
+    result.reserve(withLength > whatLength ? length + (length >> 2) + withLength : length);
+    char const* done = text;
+    do {
+        result.append(done, static_cast<std::size_t>(hit - done)).append(replacement, withLength);
+        done = hit + whatLength;
+    } while (done <= lastStart && (hit = search.Next(done, lastStart)) != nullptr);
+    result.append(done, static_cast<std::size_t>(text + length - done));
+    return fromBytes(std::move(result));
+}
+
+String& String::Remove(unsigned int start, checked_value<unsigned int> const& count) {
+    unsigned int const length = GetLength();
+    if (start >= length)
+        return *this;
+    unsigned int const n = count.IsSet() ? count.GetValue() : length;
+    if (n == 0)
+        return *this;
+    char const* const text = m_pString->data();
+    std::string kept;
+    // Compared as a difference so that a huge count cannot wrap round.
+    if (n < length - start) {
+        kept.reserve(length - n);
+        kept.append(text, start).append(text + start + n, length - start - n);
+    } else {
+        kept.assign(text, start);
+    }
+    *this = fromBytes(std::move(kept));
+    return *this;
+}
+
+void String::Split(char sep, std::vector<String>& out) const {
+    // out may hold this very String, so keep a share of the text before clearing it.
+    String const self(*this);
+    out.clear();
+    unsigned int const length = self.GetLength();
+    char const* const text = self.Latin1();
+    char const* const end = text + length;
+    std::size_t separators = 0;
+    for (char const* p = text; (p = static_cast<char const*>(std::memchr(p, sep, end - p))); ++p)
+        ++separators;
+    if (separators == 0) {
+        out.push_back(self);
+        return;
+    }
+    out.reserve(separators + 1);
+    char const* p = static_cast<char const*>(std::memchr(text, sep, length));
+    out.push_back(self.Left(static_cast<unsigned int>(p - text)));
+    while (true) {
+        unsigned int const fieldStart = static_cast<unsigned int>(p - text) + 1;
+        p = static_cast<char const*>(std::memchr(p + 1, sep, end - (p + 1)));
+        if (p == nullptr) {
+            out.push_back(self.Mid(fieldStart));
+            return;
+        }
+        out.push_back(self.Mid(fieldStart, static_cast<unsigned int>(p - text) - fieldStart));
+    }
+}
+
+String String::Join(String const& sep, std::vector<String> const& parts) {
+    if (parts.empty())
+        return String();
+    if (parts.size() == 1)
+        return parts.front();
+    std::size_t const sepLength = sep.GetLength();
+    std::size_t total = sepLength * (parts.size() - 1);
+    for (String const& part : parts)
+        total += part.GetLength();
+    if (total == 0)
+        return String();
+    std::string text;
+    text.reserve(total);
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        if (i != 0)
+            text.append(sep.Latin1(), sepLength);
+        text.append(parts[i].Latin1(), parts[i].GetLength());
+    }
+    return fromBytes(std::move(text));
+}
+
+// --- Number formatting --------------------------------------------------------------------
+
+String String::Number(int value, unsigned int base) {
+    return formatInteger(value, base);
+}
+String String::Number(long value, unsigned int base) {
+    return formatInteger(value, base);
+}
+String String::Number(unsigned int value, unsigned int base) {
+    return formatInteger(value, base);
+}
+String String::Number(unsigned long value, unsigned int base) {
+    return formatInteger(value, base);
+}
+String String::Number(long long value, unsigned int base) {
+    return formatInteger(value, base);
+}
+String String::Number(unsigned long long value, unsigned int base) {
+    return formatInteger(value, base);
+}
+
+String String::Number(double value, unsigned int precision, char format) {
+    return formatFloat(value, precisionOf(precision), format);
+}
+
+String String::Number(float value, unsigned int precision, char format) {
+    // Adding 0.0 turns a negative zero into a positive one.
+    return formatFloat(static_cast<double>(value) + 0.0, precisionOf(precision), format);
+}
+
+// --- Parsing ------------------------------------------------------------------------------
+
+short String::ToShort(bool* ok, unsigned int base) const {
+    return toInt<unsigned short, short>(*this, ok, base, 32767, 65535);
+}
+
+unsigned short String::ToUShort(bool* ok, unsigned int base) const {
+    return toUInt<unsigned short>(*this, ok, base);
+}
+
+int String::ToInt(bool* ok, unsigned int base) const {
+    return toInt<unsigned int, int>(*this, ok, base, 2147483647u, 2147483648u);
+}
+
+unsigned int String::ToUInt(bool* ok, unsigned int base) const {
+    return toUInt<unsigned int>(*this, ok, base);
+}
+
+int64 String::ToInt64(bool* ok, unsigned int base) const {
+    return toInt<unsigned long long, int32>(*this, ok, base, 4294967295ull, 0ull);
+}
+
+uint64 String::ToUInt64(bool* ok, unsigned int base) const {
+    return toUInt<unsigned long long>(*this, ok, base);
+}
+
+double String::ToDouble(bool* ok) const {
+    if (ok != nullptr)
+        *ok = false;
+    unsigned int const length = GetLength();
+    if (length == 0)
+        return 0.0;
+    std::lconv const* const conv = std::localeconv();
+    char const point =
+        conv != nullptr && conv->decimal_point != nullptr && conv->decimal_point[0] != '\0'
+            ? conv->decimal_point[0]
+            : '.';
+    String copy(*this);
+    if (point != '.')
+        copy = copy.StripWhiteSpace().ReplaceChar('.', point);
+    if (point != ',')
+        copy = copy.StripWhiteSpace().ReplaceChar(',', point);
+    char const* const begin = copy.Latin1();
+    char* end = nullptr;
+    double const value = std::strtod(begin, &end);
+    // Stripped white space or an unread tail leaves fewer characters read than the text has.
+    if (end == nullptr || end - begin != static_cast<std::ptrdiff_t>(length))
+        return 0.0;
+    if (ok != nullptr)
+        *ok = true;
+    return value;
+}
+
+float String::ToFloat(bool* ok) const {
+    return static_cast<float>(ToDouble(ok));
+}
+
+// --- Argument substitution ----------------------------------------------------------------
+
+String String::Arg(String const& a) const {
+    unsigned int const length = GetLength();
+    if (length == 0)
+        return *this + a;
+    char const* const text = m_pString->data();
+    char const* const lastPercent = text + length - 1; // a "%" here has no digit after it
+    unsigned int best = length;
+    char bestDigit = '9' + 1;
+    for (char const* p = text; (p = static_cast<char const*>(std::memchr(p, '%', lastPercent - p)));
+         ++p) {
+        char const d = p[1];
+        if (d >= '0' && d < bestDigit) {
+            bestDigit = d;
+            best = static_cast<unsigned int>(p - text);
+            if (d == '0')
+                break;
+        }
+    }
+    if (best == length)
+        return *this + a;
+    unsigned int const argLength = a.GetLength();
+    std::string result;
+    result.reserve(length - 2 + argLength);
+    result.append(text, best).append(a.Latin1(), argLength);
+    result.append(text + best + 2, length - best - 2);
+    return fromBytes(std::move(result));
+}
+
+String String::Arg(char const* a) const {
+    return Arg(String(a));
+}
+String String::Arg(char c) const {
+    return Arg(String(c));
+}
+String String::Arg(Char const& c) const {
+    return Arg(String(c.Value()));
+}
+String String::Arg(int v, unsigned int base) const {
+    return Arg(formatInteger(v, base));
+}
+String String::Arg(long v, unsigned int base) const {
+    return Arg(formatInteger(v, base));
+}
+String String::Arg(short v, unsigned int base) const {
+    return Arg(formatInteger(static_cast<int>(v), base));
+}
+String String::Arg(unsigned short v, unsigned int base) const {
+    return Arg(formatInteger(static_cast<int>(v), base));
+}
+String String::Arg(unsigned int v, unsigned int base) const {
+    return Arg(formatInteger(v, base));
+}
+String String::Arg(unsigned long v, unsigned int base) const {
+    return Arg(formatInteger(v, base));
+}
+String String::Arg(long long v, unsigned int base) const {
+    return Arg(Number(v, base));
+}
+String String::Arg(unsigned long long v, unsigned int base) const {
+    return Arg(Number(v, base));
+}
+String String::Arg(double v, unsigned int precision, char format) const {
+    return Arg(Number(v, precision, format));
+}
+String String::Arg(float v, unsigned int precision, char format) const {
+    return Arg(Number(v, precision, format));
+}
+
+namespace Util {
+
+std::vector<String> SplitString(char sep, String const& s) {
+    std::vector<String> fields;
+    s.Split(sep, fields);
+    return fields;
+}
+
+} // namespace Util

@@ -12,6 +12,7 @@
 #include "common/common_types.h"
 
 #include <string>
+#include <vector>
 
 class String {
 public:
@@ -67,9 +68,184 @@ public:
     bool operator<=(String const& other) const;
     bool operator<=(char const* other) const;
 
+    // --- Searching ---------------------------------------------------------------------
+    //
+    // Positions are byte offsets; an unset result means "not found". Case-insensitive work
+    // folds ASCII letters only: "A".."Z" match "a".."z", but "\xC0" (A grave) and "\xE0"
+    // (a grave) stay different.
+
+    // First position at or after start holding c; unset when start is not below the length.
+    // "abca".Find('a', 1, true) is 3; "abc".Find('A', 0, false) is 0.
+    checked_value<unsigned int> Find(char c, unsigned int start = 0,
+                                     bool caseSensitive = true) const;
+    // Last position at or before start holding c; an unset start means the last byte. A start
+    // at or past the end is not clamped but gives unset, on purpose: "abca".FindRev('a') is 3,
+    // with start 2 it is 0, with start 4 it is unset.
+    checked_value<unsigned int>
+    FindRev(char c, checked_value<unsigned int> const& start = checked_value<unsigned int>(),
+            bool caseSensitive = true) const;
+    // First position at or after start where s begins. Both texts end at their first zero
+    // byte. An empty (or null) s is found at start, provided start is below the length:
+    // "abc".Find("", 2, true) is 2, "ab".Find("", 2, true) is unset.
+    checked_value<unsigned int> Find(char const* s, unsigned int start = 0,
+                                     bool caseSensitive = true) const;
+
+    // True when the text starts with s; an empty s always matches.
+    // "abc".BeginsWith("AB", false) is true, "abc".BeginsWith("abcd", true) false.
+    bool BeginsWith(String const& s, bool caseSensitive = true) const;
+    // True when the text ends with s; an empty s always matches. "abc".EndsWith("bc") is true.
+    bool EndsWith(String const& s, bool caseSensitive = true) const;
+
+    // --- Pieces ------------------------------------------------------------------------
+    //
+    // A piece equal to the whole text shares it; a String with no text gives no text.
+
+    // The first n bytes (all when n is past the end): "abc".Left(2) is "ab".
+    String Left(unsigned int n) const;
+    // The last n bytes (all when n is past the end): "abc".Right(10) is "abc".
+    String Right(unsigned int n) const;
+    // count bytes from start, fewer when the text ends first; unset count means to the end.
+    // A start at or past the end gives no text: "abc".Mid(1, 10) is "bc", "abc".Mid(3) "".
+    String Mid(unsigned int start,
+               checked_value<unsigned int> const& count = checked_value<unsigned int>()) const;
+
+    // --- Case and white space ----------------------------------------------------------
+    //
+    // White space is 0x09..0x0D, " " and 0xA0 (no-break space).
+
+    // A private copy with "a".."z" made upper case, other bytes untouched: "a\xE0z" gives
+    // "A\xE0Z".
+    String ToUpper() const;
+    // A private copy with "A".."Z" made lower case, other bytes untouched.
+    String ToLower() const;
+    // White space removed at both ends: "\t a b \xA0" gives "a b", "   " gives "".
+    String StripWhiteSpace() const;
+    // Ends stripped and every inner run of white space made one " ":
+    // "  a \t\n b  " gives "a b".
+    String SimplifyWhiteSpace() const;
+
+    // --- Editing -----------------------------------------------------------------------
+
+    // Every byte equal to from becomes to. The result ends at the text's first zero byte.
+    // "a.b.c".ReplaceChar('.', ',') is "a,b,c".
+    String ReplaceChar(Char const& from, Char const& to) const;
+    // Every occurrence of what, left to right and without overlap, becomes with; text brought
+    // in by with is not searched again. An empty what changes nothing.
+    // "aaa".Replace("aa", "b") is "ba".
+    String Replace(String const& what, String const& with) const;
+    // Deletes count bytes from start (unset count: to the end) and returns this String.
+    // A start at or past the end, or a count of 0, changes nothing; a count past the end
+    // removes to the end. "abc".Remove(1, 1) leaves "ac", "abc".Remove(1) leaves "a".
+    String& Remove(unsigned int start,
+                   checked_value<unsigned int> const& count = checked_value<unsigned int>());
+
+    // Replaces out with the fields between the sep bytes. Empty fields are kept on purpose,
+    // also at either end, so Join with the same separator gives the text back:
+    // "a,,b" gives "a", "", "b"; "a,b," gives "a", "b", ""; "" gives one empty field.
+    void Split(char sep, std::vector<String>& out) const;
+    // The parts with sep between neighbours: Join(", ", {"a", "b"}) is "a, b"; no parts
+    // give "".
+    static String Join(String const& sep, std::vector<String> const& parts);
+
+    // --- Number formatting -------------------------------------------------------------
+    //
+    // int, long, unsigned int and unsigned long are written with the digits
+    // "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ" in any base 2..36 (another base means 10), a
+    // negative value as "-" and its magnitude: Number(255u, 16) is "FF", Number(-1, 16) "-1".
+    // long and unsigned long are 64 bits wide here; they follow this same rule over their
+    // full value, and give the same text as the int forms for values that fit in 32 bits.
+    // int64 and uint64 are long and unsigned long, so they follow this rule too.
+    //
+    // long long and unsigned long long are different on purpose: base 16 prints printf's
+    // "%llX" (the two's-complement bits of a negative value: Number(-1LL, 16) is
+    // "FFFFFFFFFFFFFFFF") and every other base prints decimal: Number(255LL, 2) is "255".
+
+    static String Number(int value, unsigned int base = 10);
+    static String Number(long value, unsigned int base = 10);
+    static String Number(unsigned int value, unsigned int base = 10);
+    static String Number(unsigned long value, unsigned int base = 10);
+    static String Number(long long value, unsigned int base = 10);
+    static String Number(unsigned long long value, unsigned int base = 10);
+
+    // Floating point through printf in the current C locale (so the decimal point may be
+    // ","). format is one of f F e E g G (anything else means 'f'); precision is clamped to
+    // 99, and 0xFFFFFFFF means printf's default of six digits.
+    // Number(1.5, 2, 'f') is "1.50"; Number(1.5, 0xFFFFFFFF, 'f') is "1.500000".
+    static String Number(double value, unsigned int precision = 0xFFFFFFFF, char format = 'f');
+    // As the double form, except that the value has 0.0 added first, so a negative zero
+    // float prints as "0.000000" where a negative zero double prints "-0.000000". The
+    // difference is intended.
+    static String Number(float value, unsigned int precision = 0xFFFFFFFF, char format = 'f');
+
+    // --- Parsing -----------------------------------------------------------------------
+    //
+    // Every parser sets *ok (when ok is not null) to true only if it accepted the whole
+    // text, and returns 0 for a rejected one. Integers: optional white space, an optional
+    // sign ("-" only for the signed parsers), digits of base 2..36 in either case ("a" and
+    // "A" are 10), optional white space; no radix prefix. " -12 " gives -12; "0x1F" in base 16,
+    // "12abc" and "1 2" are rejected; "ff" and "FF" in base 16 give 255.
+
+    // Accepts 0..32767 without a sign, and with "-" any magnitude up to 65535, the result
+    // being cut to 16 bits on purpose: "-32768" gives -32768, "-40000" gives 25536.
+    short ToShort(bool* ok = nullptr, unsigned int base = 10) const;
+    // 0..65535: "65536" is rejected.
+    unsigned short ToUShort(bool* ok = nullptr, unsigned int base = 10) const;
+    // -2147483648..2147483647.
+    int ToInt(bool* ok = nullptr, unsigned int base = 10) const;
+    // 0..4294967295; "-1" is rejected.
+    unsigned int ToUInt(bool* ok = nullptr, unsigned int base = 10) const;
+    // Deliberately narrow: accepts magnitudes up to 4294967295 without a sign and only "-0"
+    // with one ("-1" is rejected), and returns the low 32 bits read as a signed 32-bit
+    // number: "2147483648" gives -2147483648, "3000000000" gives -1294967296.
+    int64 ToInt64(bool* ok = nullptr, unsigned int base = 10) const;
+    // 0..18446744073709551615.
+    uint64 ToUInt64(bool* ok = nullptr, unsigned int base = 10) const;
+    // Decimal floating point as strtod reads it in the current C locale, with both "." and
+    // "," taken as the decimal point: "1,5" and "1.5" give 1.5, "1e3" gives 1000. The whole
+    // text must be the number: " 1.5" is rejected.
+    double ToDouble(bool* ok = nullptr) const;
+    // ToDouble narrowed to float.
+    float ToFloat(bool* ok = nullptr) const;
+
+    // --- Argument substitution ---------------------------------------------------------
+    //
+    // Arg returns a copy in which one placeholder, the "%0".."%9" with the lowest digit (the
+    // leftmost of equals), is replaced by the argument's text; the others are left for later
+    // calls: "%1 of %2".Arg("a").Arg("b") is "a of b", "%2 %1".Arg("x") is "%2 x",
+    // "%1%1".Arg("x") is "x%1". Only one digit is read: "%12" is "%1" followed by "2".
+    // With no placeholder the argument is appended directly, on purpose (message code relies
+    // on it): "abc".Arg("x") is "abcx", "100%".Arg("x") is "100%x".
+
+    String Arg(String const& a) const;
+    String Arg(char const* a) const;
+    String Arg(char c) const;
+    String Arg(Char const& c) const;
+    // Numbers as Number writes them; short and unsigned short are widened to int first.
+    String Arg(int v, unsigned int base = 10) const;
+    String Arg(long v, unsigned int base = 10) const;
+    String Arg(short v, unsigned int base = 10) const;
+    String Arg(unsigned short v, unsigned int base = 10) const;
+    String Arg(unsigned int v, unsigned int base = 10) const;
+    String Arg(unsigned long v, unsigned int base = 10) const;
+    String Arg(long long v, unsigned int base = 10) const;
+    String Arg(unsigned long long v, unsigned int base = 10) const;
+    String Arg(double v, unsigned int precision = 0xFFFFFFFF, char format = 'f') const;
+    String Arg(float v, unsigned int precision = 0xFFFFFFFF, char format = 'f') const;
+
 private:
+    // A String owning exactly these bytes.
+    static String fromBytes(std::string&& bytes);
+
     shared_ptr<std::string> m_pString;
 };
 
 String operator+(String const& a, String const& b);
 String operator+(String const& a, char const* b);
+
+namespace Util {
+
+// The fields of s between the sep bytes, as String::Split gives them:
+// SplitString(',', "a,b,") is "a", "b", "".
+std::vector<String> SplitString(char sep, String const& s);
+
+} // namespace Util
