@@ -5,6 +5,10 @@
 #include <cstdint>
 #include <limits>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 // 1 shifted left by count modulo 64 in 32 bits: 2^count for 0..30, -2^31 for 31, 0 above.
@@ -80,13 +84,27 @@ void Convert(unsigned int n, float const* src, short* dst, int scaleBits, bool r
         return;
     // Negated in unsigned arithmetic, so INT_MIN needs no special case.
     float const factor = static_cast<float>(shiftedOne(0u - static_cast<unsigned int>(scaleBits)));
-    if (rounding) {
-        for (unsigned int i = 0; i < n; ++i)
-            dst[i] = truncateToShort(src[i] * factor + 0.5f);
-    } else {
-        for (unsigned int i = 0; i < n; ++i)
-            dst[i] = truncateToShort(src[i] * factor);
+    float const bias = rounding ? 0.5f : 0.0f;
+    unsigned int i = 0;
+#if defined(__SSE2__)
+    // Eight samples per pass. maxps returns its second operand when either is NaN, so NaN
+    // lands on the lower limit exactly as in truncateToShort; the pack cannot saturate again
+    // because the values are already inside the short range.
+    __m128 const vFactor = _mm_set1_ps(factor);
+    __m128 const vBias = _mm_set1_ps(bias);
+    __m128 const vLow = _mm_set1_ps(-32768.0f);
+    __m128 const vHigh = _mm_set1_ps(32767.0f);
+    for (; i + 8 <= n; i += 8) {
+        __m128 a = _mm_add_ps(_mm_mul_ps(_mm_loadu_ps(src + i), vFactor), vBias);
+        __m128 b = _mm_add_ps(_mm_mul_ps(_mm_loadu_ps(src + i + 4), vFactor), vBias);
+        a = _mm_min_ps(_mm_max_ps(a, vLow), vHigh);
+        b = _mm_min_ps(_mm_max_ps(b, vLow), vHigh);
+        __m128i const packed = _mm_packs_epi32(_mm_cvttps_epi32(a), _mm_cvttps_epi32(b));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), packed);
     }
+#endif
+    for (; i < n; ++i)
+        dst[i] = truncateToShort(src[i] * factor + bias);
 }
 
 void Convert(unsigned int n, float const* src, double* dst) {

@@ -201,10 +201,14 @@ TEST(IPP, ShortToFloat) {
         {-2, 33, -kInfF},       {3, 63, kInfF},    {5, -1, kInfF}, // -1 is 63 modulo 64
         {1, 30, 0x1p-30f},
     };
+    // Blocks of eleven copies, so vectorised passes and the scalar tail are both checked.
     for (Row const& row : rows) {
-        float out = 99.0f;
-        IPP::Convert(1, &row.in, &out, row.scaleBits);
-        EXPECT_EQ(out, row.out) << row.in << " with scaleBits " << row.scaleBits;
+        std::vector<short> const in(11, row.in);
+        std::vector<float> out(11, 99.0f);
+        IPP::Convert(11, in.data(), out.data(), row.scaleBits);
+        for (std::size_t i = 0; i < out.size(); ++i)
+            EXPECT_EQ(out[i], row.out)
+                << row.in << " with scaleBits " << row.scaleBits << ", element " << i;
     }
     short const zero = 0;
     float out = 99.0f;
@@ -249,10 +253,13 @@ TEST(IPP, FloatToShort) {
         {0.5f, -8, false, 128},
     };
     for (Row const& row : rows) {
-        short out = 1234;
-        IPP::Convert(1, &row.in, &out, row.scaleBits, row.rounding);
-        EXPECT_EQ(out, row.out) << row.in << " with scaleBits " << row.scaleBits
-                                << (row.rounding ? ", rounding" : ", truncating");
+        std::vector<float> const in(11, row.in);
+        std::vector<short> out(11, 1234);
+        IPP::Convert(11, in.data(), out.data(), row.scaleBits, row.rounding);
+        for (std::size_t i = 0; i < out.size(); ++i)
+            EXPECT_EQ(out[i], row.out)
+                << row.in << " with scaleBits " << row.scaleBits
+                << (row.rounding ? ", rounding" : ", truncating") << ", element " << i;
     }
 }
 
