@@ -9,3 +9,7 @@
 
 #include "Util/CFString.h"
 #include "UI/Alert.h"
+#include "Util/CRC16.h"
+#include "Util/TickCount.h"
+#include "Util/math_utils.h"
+#include "IPP/IPP_util_mac.h"
