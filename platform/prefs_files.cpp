@@ -1,0 +1,362 @@
+// This file reads and writes the preference files. Writers serialise on a lock file and
+// replace the file by renaming a synced temporary one over it, so a reader or a crash sees
+// the old file or the new one, never a torn one.
+#include "platform/prefs_files.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+namespace velmora::prefs {
+
+namespace {
+
+class Fd {
+public:
+    explicit Fd(int fd = -1) : m_fd(fd) {}
+    ~Fd() { Reset(); }
+    Fd(Fd const&) = delete;
+    Fd& operator=(Fd const&) = delete;
+    Fd(Fd&& other) noexcept : m_fd(other.m_fd) { other.m_fd = -1; }
+    Fd& operator=(Fd&& other) noexcept {
+        std::swap(m_fd, other.m_fd);
+        return *this;
+    }
+
+    int Get() const { return m_fd; }
+    bool Valid() const { return m_fd >= 0; }
+    void Reset(int fd = -1) {
+        if (m_fd >= 0)
+            ::close(m_fd);
+        m_fd = fd;
+    }
+    int Release() {
+        int const fd = m_fd;
+        m_fd = -1;
+        return fd;
+    }
+
+private:
+    int m_fd;
+};
+
+std::string describe(std::string const& path, int err) {
+    return path + ": " + std::strerror(err);
+}
+
+// Creates base and its missing parents (mode for those it creates).
+bool makeBase(std::string const& base, mode_t mode, std::string& error) {
+    for (std::size_t pos = 1; pos <= base.size(); ++pos) {
+        if (pos != base.size() && base[pos] != '/')
+            continue;
+        std::string const prefix = base.substr(0, pos);
+        if (::mkdir(prefix.c_str(), mode) == 0) {
+            if (::chmod(prefix.c_str(), mode) != 0) {
+                error = describe(prefix, errno);
+                return false;
+            }
+        } else if (errno != EEXIST) {
+            error = describe(prefix, errno);
+            return false;
+        }
+    }
+    return true;
+}
+
+// Opens the scope's folder. Without create, a missing folder gives an invalid Fd with
+// missing set. With create, missing folders are made with the scope's mode whatever the
+// umask, and every store folder must belong to this user or root.
+Fd openFolder(Folder const& folder, bool create, bool& missing, std::string& error) {
+    missing = false;
+    if (folder.base.empty() || folder.base[0] != '/') {
+        error = "the preferences folder is unknown (no home folder)";
+        return Fd();
+    }
+    if (create && !makeBase(folder.base, folder.folderMode, error))
+        return Fd();
+    Fd dir(::open(folder.base.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!dir.Valid()) {
+        missing = errno == ENOENT;
+        error = describe(folder.base, errno);
+        return Fd();
+    }
+    std::string path = folder.base;
+    for (auto const& name : folder.components) {
+        path += "/" + name;
+        int const flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+        bool made = false;
+        Fd next(::openat(dir.Get(), name.c_str(), flags));
+        if (!next.Valid() && errno == ENOENT && create) {
+            if (::mkdirat(dir.Get(), name.c_str(), folder.folderMode) == 0)
+                made = true;
+            else if (errno != EEXIST) {
+                error = describe(path, errno);
+                return Fd();
+            }
+            next.Reset(::openat(dir.Get(), name.c_str(), flags));
+        }
+        if (!next.Valid()) {
+            int const err = errno;
+            missing = err == ENOENT;
+            error = err == ELOOP || err == ENOTDIR ? path + ": not a folder (symbolic links are "
+                                                            "not followed)"
+                                                   : describe(path, err);
+            return Fd();
+        }
+        if (create) {
+            struct stat st {};
+            if (made && ::fchmod(next.Get(), folder.folderMode) != 0) {
+                error = describe(path, errno);
+                return Fd();
+            }
+            if (::fstat(next.Get(), &st) != 0 || (st.st_uid != ::geteuid() && st.st_uid != 0)) {
+                error = path + ": the folder belongs to another user";
+                return Fd();
+            }
+        }
+        dir = std::move(next);
+    }
+    return dir;
+}
+
+ReadStatus readAt(int dir, std::string const& path, std::string const& name, std::string& bytes,
+                  std::string& error) {
+    // O_NONBLOCK keeps a FIFO planted at the name from blocking the open.
+    Fd fd(::openat(dir, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!fd.Valid()) {
+        if (errno == ENOENT)
+            return ReadStatus::Missing;
+        error = errno == ELOOP ? path + ": is a symbolic link, which is not followed"
+                               : describe(path, errno);
+        return ReadStatus::Unreadable;
+    }
+    struct stat st {};
+    if (::fstat(fd.Get(), &st) != 0) {
+        error = describe(path, errno);
+        return ReadStatus::Unreadable;
+    }
+    if (!S_ISREG(st.st_mode)) {
+        error = path + ": not a regular file";
+        return ReadStatus::Unreadable;
+    }
+    if (static_cast<std::size_t>(st.st_size) > kMaxFileSize) {
+        error = path + ": larger than 16 MiB";
+        return ReadStatus::Unreadable;
+    }
+    bytes.clear();
+    char buffer[65536];
+    for (;;) {
+        ssize_t const n = ::read(fd.Get(), buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0) {
+            error = describe(path, errno);
+            return ReadStatus::Unreadable;
+        }
+        if (n == 0)
+            break;
+        bytes.append(buffer, static_cast<std::size_t>(n));
+        if (bytes.size() > kMaxFileSize) {
+            error = path + ": larger than 16 MiB";
+            return ReadStatus::Unreadable;
+        }
+    }
+    return ReadStatus::Ok;
+}
+
+ReadStatus parseInto(std::string const& bytes, plist::Dictionary& dict) {
+    return dict.Parse(bytes) == plist::Dictionary::ParseResult::Ok ? ReadStatus::Ok
+                                                                   : ReadStatus::Corrupt;
+}
+
+// Renames a corrupt file aside, never over an earlier one.
+bool setAside(int dir, std::string const& folderPath, std::string const& name, std::string& error) {
+    char stamp[32];
+    std::time_t const now = std::time(nullptr);
+    std::tm utc{};
+    ::gmtime_r(&now, &utc);
+    std::strftime(stamp, sizeof stamp, "%Y%m%dT%H%M%SZ", &utc);
+    std::string const stem = name + ".corrupt-" + stamp + "-" + std::to_string(::getpid());
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        std::string const aside = attempt == 0 ? stem : stem + "-" + std::to_string(attempt);
+        if (::renameat2(dir, name.c_str(), dir, aside.c_str(), RENAME_NOREPLACE) == 0)
+            return true;
+        if (errno == EEXIST)
+            continue;
+        if (errno == EINVAL) {
+            // No RENAME_NOREPLACE on this file system; the lock keeps our own writers out.
+            if (::faccessat(dir, aside.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0)
+                continue;
+            if (::renameat(dir, name.c_str(), dir, aside.c_str()) == 0)
+                return true;
+        }
+        error = describe(folderPath + "/" + name, errno) + " (setting the corrupt file aside)";
+        return false;
+    }
+    error = folderPath + "/" + name + ": too many corrupt copies to set another aside";
+    return false;
+}
+
+bool writeAll(int fd, std::string const& bytes) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        ssize_t const n = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0) {
+            if (n == 0)
+                errno = EIO;
+            return false;
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+// Writes bytes to a fresh temporary file beside name and renames it over name.
+bool replaceFile(int dir, std::string const& folderPath, std::string const& name, mode_t mode,
+                 std::string const& bytes, std::string& error) {
+    // Only lock holders write temporaries, so one left here belongs to a writer that died.
+    std::string const temp = "." + name + ".tmp";
+    std::string const tempPath = folderPath + "/" + temp;
+    if (::unlinkat(dir, temp.c_str(), 0) != 0 && errno != ENOENT) {
+        error = describe(tempPath, errno);
+        return false;
+    }
+    Fd fd(::openat(dir, temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+    if (!fd.Valid()) {
+        error = describe(tempPath, errno);
+        return false;
+    }
+    int err = 0;
+    if (::fchmod(fd.Get(), mode) != 0 || !writeAll(fd.Get(), bytes) || ::fsync(fd.Get()) != 0)
+        err = errno != 0 ? errno : EIO;
+    if (::close(fd.Release()) != 0 && err == 0)
+        err = errno;
+    if (err == 0 && ::renameat(dir, temp.c_str(), dir, name.c_str()) != 0)
+        err = errno;
+    if (err != 0) {
+        ::unlinkat(dir, temp.c_str(), 0);
+        error = describe(folderPath + "/" + name, err);
+        return false;
+    }
+    if (::fsync(dir) != 0) {
+        error = describe(folderPath, errno);
+        return false;
+    }
+    return true;
+}
+
+Fd lockFile(int dir, std::string const& path, std::string const& name, mode_t mode,
+            std::string& error) {
+    int const flags = O_RDONLY | O_NOFOLLOW | O_CLOEXEC;
+    Fd fd(::openat(dir, name.c_str(), flags | O_CREAT | O_EXCL, mode));
+    if (fd.Valid()) {
+        if (::fchmod(fd.Get(), mode) != 0) {
+            error = describe(path, errno);
+            return Fd();
+        }
+    } else if (errno == EEXIST) {
+        fd.Reset(::openat(dir, name.c_str(), flags | O_NONBLOCK));
+    }
+    struct stat st {};
+    if (!fd.Valid() || ::fstat(fd.Get(), &st) != 0 || !S_ISREG(st.st_mode)) {
+        error = fd.Valid() ? path + ": not a regular file" : describe(path, errno);
+        return Fd();
+    }
+    while (::flock(fd.Get(), LOCK_EX) != 0) {
+        if (errno != EINTR) {
+            error = describe(path, errno);
+            return Fd();
+        }
+    }
+    return fd;
+}
+
+} // namespace
+
+std::string Folder::Path() const {
+    std::string path = base;
+    for (auto const& name : components)
+        path += "/" + name;
+    return path;
+}
+
+ReadStatus ReadDomainFile(Folder const& folder, std::string const& fileName,
+                          plist::Dictionary& dict, std::string& error) {
+    bool missing = false;
+    Fd dir = openFolder(folder, false, missing, error);
+    if (!dir.Valid())
+        return missing ? ReadStatus::Missing : ReadStatus::Unreadable;
+    std::string bytes;
+    ReadStatus const status =
+        readAt(dir.Get(), folder.Path() + "/" + fileName, fileName, bytes, error);
+    return status == ReadStatus::Ok ? parseInto(bytes, dict) : status;
+}
+
+bool UpdateDomainFile(Folder const& folder, std::string const& fileName,
+                      std::function<void(plist::Dictionary&)> const& change,
+                      plist::Dictionary& written, std::string& error) {
+    bool missing = false;
+    Fd dir = openFolder(folder, true, missing, error);
+    if (!dir.Valid())
+        return false;
+    std::string const folderPath = folder.Path();
+    std::string const lockName = "." + fileName + ".lock";
+    Fd lock = lockFile(dir.Get(), folderPath + "/" + lockName, lockName, folder.fileMode, error);
+    if (!lock.Valid())
+        return false;
+
+    std::string bytes;
+    plist::Dictionary dict;
+    ReadStatus status = readAt(dir.Get(), folderPath + "/" + fileName, fileName, bytes, error);
+    if (status == ReadStatus::Unreadable)
+        return false; // never overwrite what we could not read
+    if (status == ReadStatus::Ok)
+        status = parseInto(bytes, dict);
+    if (status == ReadStatus::Corrupt && !setAside(dir.Get(), folderPath, fileName, error))
+        return false;
+
+    change(dict);
+    std::string out;
+    if (!dict.ToBinary(out)) {
+        error = folderPath + "/" + fileName + ": the preferences cannot be encoded";
+        return false;
+    }
+    if (out.size() > kMaxFileSize) {
+        error = folderPath + "/" + fileName + ": would be larger than 16 MiB";
+        return false;
+    }
+    if (!replaceFile(dir.Get(), folderPath, fileName, folder.fileMode, out, error))
+        return false;
+    written = std::move(dict);
+    return true;
+}
+
+std::vector<std::string> ListFolder(Folder const& folder) {
+    std::vector<std::string> names;
+    bool missing = false;
+    std::string error;
+    Fd dir = openFolder(folder, false, missing, error);
+    if (!dir.Valid())
+        return names;
+    DIR* stream = ::fdopendir(dir.Release());
+    if (stream == nullptr)
+        return names;
+    while (dirent* entry = ::readdir(stream)) {
+        std::string const name = entry->d_name;
+        if (name != "." && name != "..")
+            names.push_back(name);
+    }
+    ::closedir(stream);
+    return names;
+}
+
+} // namespace velmora::prefs
