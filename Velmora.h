@@ -13,3 +13,7 @@
 #include "Util/TickCount.h"
 #include "Util/math_utils.h"
 #include "IPP/IPP_util_mac.h"
+#include "common/common_path.h"
+#include "common/common_exception_base.h"
+#include "Util/Exception/FileIO.h"
+#include "Util/Exception/DataStreamIO.h"

@@ -1,0 +1,51 @@
+// Util::Exception::FileIO: a failed file or folder operation.
+//
+// Adds to Exception::Base the path concerned (a file or a folder, never both) and a category.
+#pragma once
+
+#include "common/common_exception_base.h"
+#include "common/common_path.h"
+
+namespace Util {
+namespace Exception {
+
+class FileIO : public ::Exception::Base {
+public:
+    // The category; ToString prints the text in the comment.
+    enum ErrorType : int32 {
+        FILE_NOT_FOUND = 0,  // "File not found"
+        OPEN_ERROR = 1,      // "Open error"
+        READ_ERROR = 2,      // "Read error"
+        WRITE_ERROR = 3,     // "Write error"
+        CLOSE_ERROR = 4,     // "Close error"
+        REMOVE_ERROR = 5,    // "Remove error"
+        RENAME_ERROR = 6,    // " Unknown error": deliberately has no text of its own
+        UNEXPECTED_ERROR = 7 // "Unexpected error"; any other value prints " Unknown error"
+    };
+
+    // A failure concerning a file; the folder path stays empty.
+    FileIO(String const& message, FilePath const& path, ErrorType type);
+    // A failure concerning a folder; the file path stays empty.
+    FileIO(String const& message, FolderPath const& path, ErrorType type);
+    FileIO(FileIO const& other) = default;
+    ~FileIO() override;
+
+    FilePath GetFilePath() const { return m_pathFile; }
+    FolderPath GetFolderPath() const { return m_pathFolder; }
+    ErrorType GetErrorType() const { return m_errorType; }
+
+    // The base text, then an empty line, "FileIO:" and "<path>: <category>", where path is
+    // the folder's or else the file's text as stored:
+    //   "Base:\n\tRemove failed\n\tUtil/File (40): Thrown, GetLastError(): 0\n"
+    //   "\nFileIO:\n/tmp/x.txt: Remove error"
+    // RENAME_ERROR and unknown values read "/tmp/x.txt:  Unknown error" (two blanks).
+    String ToString() const override;
+
+private:
+    FilePath m_pathFile;
+    FolderPath m_pathFolder;
+    ErrorType m_errorType;
+};
+
+} // namespace Exception
+} // namespace Util
