@@ -17,3 +17,5 @@
 #include "common/common_exception_base.h"
 #include "Util/Exception/FileIO.h"
 #include "Util/Exception/DataStreamIO.h"
+#include "Util/File.h"
+#include "Util/Dir.h"
