@@ -153,8 +153,8 @@ String formatInteger(unsigned long long value, unsigned int base) {
 String formatFloat(double value, checked_value<unsigned int> const& precision, char format) {
     if (format == '\0' || std::strchr("fFeEgG", format) == nullptr)
         format = 'f';
-    char spec[8];
-    char* p = spec;
+    char conversion[8];
+    char* p = conversion;
     *p++ = '%';
     if (precision.IsSet()) {
         unsigned int const digits = precision.GetValue() > 99u ? 99u : precision.GetValue();
@@ -166,7 +166,7 @@ String formatFloat(double value, checked_value<unsigned int> const& precision, c
     *p++ = format;
     *p = '\0';
     char buffer[1024];
-    int const n = std::snprintf(buffer, sizeof buffer, spec, value);
+    int const n = std::snprintf(buffer, sizeof buffer, conversion, value);
     unsigned int const length = n < 0 ? 0u : static_cast<unsigned int>(n < 1024 ? n : 1023);
     return String(buffer, length);
 }
