@@ -296,13 +296,18 @@ void fillValues(Domain& domain, velmora::plist::Dictionary const& dict) {
 bool reload(Store& s, Scope scope, std::string const& name, Domain& domain) {
     velmora::plist::Dictionary dict;
     std::string error;
-    ReadStatus const status =
-        velmora::prefs::ReadDomainFile(s.FolderOf(scope), name + s.FileSuffix(scope), dict, error);
+    Folder const folder = s.FolderOf(scope);
+    std::string const file = name + s.FileSuffix(scope);
+    ReadStatus const status = velmora::prefs::ReadDomainFile(folder, file, dict, error);
     domain.loaded = true;
     if (status == ReadStatus::Unreadable) {
         fail(error);
         return false;
     }
+    if (status == ReadStatus::Corrupt)
+        fail(folder.Path() + "/" + file +
+             ": not a property list with a dictionary root; ignored, and set aside when the "
+             "domain is next written");
     fillValues(domain, dict); // a missing or corrupt file reads as empty
     return true;
 }

@@ -4,8 +4,10 @@
 
 #include <plist/plist.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <vector>
 
 namespace velmora::plist {
 
@@ -65,6 +67,136 @@ plist_t nodeOf(Value const& value) {
     return nullptr;
 }
 
+// libplist 2.2 walks containers recursively and copies an object once per reference, so a
+// small hostile file can exhaust the stack or memory. Files are checked first against these
+// bounds, far beyond any real preference file.
+constexpr std::size_t kMaxDepth = 256;
+constexpr std::uint64_t kMaxNodes = 1u << 21;
+
+std::uint64_t readBigEndian(unsigned char const* p, std::size_t n) {
+    std::uint64_t v = 0;
+    for (std::size_t i = 0; i < n; ++i)
+        v = (v << 8) | p[i];
+    return v;
+}
+
+// Whether a binary property list stays within the bounds once its shared objects are
+// expanded into a tree, as the parser does. Malformed files pass, for the parser to refuse.
+bool binaryWithinBounds(std::string const& bytes) {
+    auto const* data = reinterpret_cast<unsigned char const*>(bytes.data());
+    std::size_t const size = bytes.size();
+    if (size < 8 + 32)
+        return true;
+    unsigned char const* trailer = data + size - 32;
+    std::size_t const offsetSize = trailer[6];
+    std::size_t const refSize = trailer[7];
+    std::uint64_t const count = readBigEndian(trailer + 8, 8);
+    std::uint64_t const top = readBigEndian(trailer + 16, 8);
+    std::uint64_t const table = readBigEndian(trailer + 24, 8);
+    std::size_t const end = size - 32;
+    if (offsetSize < 1 || offsetSize > 8 || refSize < 1 || refSize > 8 || top >= count ||
+        table > end || count > (end - table) / offsetSize)
+        return true;
+
+    // Finds an object's references; false when it is not a container or is malformed.
+    auto refsOf = [&](std::uint64_t object, std::uint64_t& first, std::uint64_t& n) {
+        std::uint64_t const at = readBigEndian(data + table + object * offsetSize, offsetSize);
+        if (at < 8 || at >= table)
+            return false;
+        unsigned const type = data[at] >> 4;
+        if (type != 0xA && type != 0xC && type != 0xD)
+            return false;
+        n = data[at] & 0xF;
+        first = at + 1;
+        if (n == 0xF) {
+            if (first >= table || (data[first] >> 4) != 1 || (data[first] & 0xF) > 3)
+                return false;
+            std::size_t const width = std::size_t(1) << (data[first] & 0xF);
+            if (first + 1 + width > table)
+                return false;
+            n = readBigEndian(data + first + 1, width);
+            first += 1 + width;
+        }
+        if (n > table - first)
+            return false;
+        n *= type == 0xD ? 2 : 1; // keys, then values
+        return n <= (table - first) / refSize;
+    };
+
+    enum : std::uint8_t { kNew, kOpen, kDone };
+    std::vector<std::uint8_t> state(count, kNew);
+    std::vector<std::uint16_t> height(count, 0); // levels below and including the object
+    std::vector<std::uint32_t> nodes(count, 0);  // expanded size, at most kMaxNodes
+    struct Frame {
+        std::uint64_t object, first, n, next;
+        std::size_t height;
+        std::uint64_t nodes;
+    };
+    std::vector<Frame> stack;
+    auto enter = [&](std::uint64_t object) {
+        Frame f{object, 0, 0, 0, 1, 1};
+        if (!refsOf(object, f.first, f.n)) {
+            state[object] = kDone;
+            height[object] = 1;
+            nodes[object] = 1;
+            return;
+        }
+        state[object] = kOpen;
+        stack.push_back(f);
+    };
+    // Adds a finished child to the container being walked; false past a bound.
+    auto add = [&](std::size_t childHeight, std::uint64_t childNodes) {
+        Frame& parent = stack.back();
+        parent.height = std::max(parent.height, childHeight + 1);
+        parent.nodes += childNodes;
+        return stack.size() - 1 + parent.height <= kMaxDepth && parent.nodes <= kMaxNodes;
+    };
+    enter(top);
+    while (!stack.empty()) {
+        Frame& f = stack.back();
+        if (f.next < f.n) {
+            std::uint64_t const child = readBigEndian(data + f.first + f.next * refSize, refSize);
+            ++f.next;
+            if (child >= count)
+                return true;
+            if (state[child] == kOpen || stack.size() >= kMaxDepth)
+                return false; // a cycle, or nested too deep
+            if (state[child] == kNew)
+                enter(child);
+            if (state[child] == kDone && !add(height[child], nodes[child]))
+                return false;
+            continue;
+        }
+        Frame const done = f;
+        state[done.object] = kDone;
+        height[done.object] = static_cast<std::uint16_t>(done.height);
+        nodes[done.object] = static_cast<std::uint32_t>(done.nodes);
+        stack.pop_back();
+        if (!stack.empty() && !add(done.height, done.nodes))
+            return false;
+    }
+    return true;
+}
+
+// Whether the containers of an XML property list nest no deeper than the bound.
+bool xmlWithinBounds(std::string const& bytes) {
+    std::size_t depth = 0;
+    for (std::size_t at = bytes.find('<'); at != std::string::npos; at = bytes.find('<', at + 1)) {
+        bool const closing = bytes.compare(at, 2, "</") == 0;
+        std::size_t const name = at + (closing ? 2 : 1);
+        bool const container =
+            bytes.compare(name, 5, "array") == 0 || bytes.compare(name, 4, "dict") == 0;
+        std::size_t const close = bytes.find('>', at);
+        if (!container || close == std::string::npos || bytes[close - 1] == '/')
+            continue;
+        if (closing)
+            depth -= depth > 0 ? 1 : 0;
+        else if (++depth > kMaxDepth)
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 Dictionary::Dictionary() : m_root(plist_new_dict()) {}
@@ -85,6 +217,9 @@ Dictionary& Dictionary::operator=(Dictionary&& other) noexcept {
 
 Dictionary::ParseResult Dictionary::Parse(std::string const& bytes) {
     if (bytes.empty() || bytes.size() > std::numeric_limits<std::uint32_t>::max())
+        return ParseResult::NotPropertyList;
+    bool const binary = bytes.compare(0, 8, "bplist00") == 0;
+    if (!(binary ? binaryWithinBounds(bytes) : xmlWithinBounds(bytes)))
         return ParseResult::NotPropertyList;
     plist_t root = nullptr;
     plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &root);

@@ -35,7 +35,9 @@ public:
     Dictionary& operator=(Dictionary const&) = delete;
 
     // Replaces this dictionary with the one in bytes (binary or XML). On failure this
-    // dictionary is left as it was.
+    // dictionary is left as it was. Lists nested deeper than 256 levels, or whose shared
+    // objects would expand past two million values, count as not property lists: the parser
+    // would exhaust the stack or memory on them.
     ParseResult Parse(std::string const& bytes);
     // Every entry with its value, in the file's order.
     std::vector<std::pair<std::string, Value>> Entries() const;

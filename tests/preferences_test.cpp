@@ -87,6 +87,39 @@ int InChild(std::function<int()> const& body) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+// A binary property list {"a": chain}, chain being levels arrays that each hold fanout
+// references to the next: deep, or small but huge once its shared arrays are expanded.
+std::string ChainedArrays(std::uint32_t levels, std::uint32_t fanout) {
+    std::string out = "bplist00";
+    std::vector<std::uint32_t> offsets;
+    auto put = [&out](std::uint64_t v, int bytes) {
+        while (bytes-- > 0)
+            out += static_cast<char>(v >> (8 * bytes));
+    };
+    offsets.push_back(out.size()); // object 0: {object 1: object 2}
+    out += '\xD1';
+    put(1, 4);
+    put(2, 4);
+    offsets.push_back(out.size()); // object 1: "a"
+    out += "\x51"
+           "a";
+    for (std::uint32_t i = 0; i < levels; ++i) {
+        offsets.push_back(out.size());
+        std::uint32_t const n = i + 1 < levels ? fanout : 0;
+        out += static_cast<char>(0xA0 | n);
+        for (std::uint32_t k = 0; k < n; ++k)
+            put(3 + i, 4);
+    }
+    std::uint64_t const table = out.size();
+    for (auto offset : offsets)
+        put(offset, 4);
+    out += std::string(6, '\0') + "\x04\x04";
+    put(offsets.size(), 8);
+    put(0, 8);
+    put(table, 8);
+    return out;
+}
+
 class Preferences : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -185,6 +218,7 @@ TEST_F(Preferences, ChangesWaitForSynchronizeAndMergeKeyByKey) {
     fs::create_directories(fs::path(FileOf(domain)).parent_path());
     WriteFile(FileOf(domain), "<plist><dict><key>b</key><string>2</string>"
                               "<key>c</key><true/><key>d</key><date>2020-01-02T03:04:05Z</date>"
+                              "<key>n</key><integer>-1</integer>"
                               "<key>e</key><array><integer>5</integer></array></dict></plist>");
     Set(CFSTR("b"), nullptr, domain);
     ASSERT_TRUE(Sync(domain));
@@ -198,7 +232,8 @@ TEST_F(Preferences, ChangesWaitForSynchronizeAndMergeKeyByKey) {
                            name, sizeof name, kCFStringEncodingUTF8);
         names.push_back(name);
     }
-    EXPECT_EQ(names, (std::vector<std::string>{"a", "c", "d", "e"}));
+    EXPECT_EQ(names, (std::vector<std::string>{"a", "c", "d", "e", "n"}));
+    EXPECT_TRUE(CFEqual(Copy("n", domain).get(), Int(-1).get()));
     EXPECT_TRUE(CFEqual(Copy("c", domain).get(), Int(1).get())) << "a boolean reads as 1";
     EXPECT_EQ(Copy("d", domain), nullptr);
 
@@ -293,6 +328,12 @@ TEST_F(Preferences, ABadFileIsSetAsideByteForByte) {
     std::string const good = ReadFile(FileOf(domain));
     std::string const xml = "<?xml version=\"1.0\"?><plist><dict><key>k</key><string>v</string>"
                             "</dict></plist>";
+    auto const repeat = [](std::string const& s, int n) {
+        std::string out;
+        while (n-- > 0)
+            out += s;
+        return out;
+    };
     struct Row {
         char const* name;
         std::string bytes;
@@ -302,6 +343,10 @@ TEST_F(Preferences, ABadFileIsSetAsideByteForByte) {
         {"truncated XML", xml.substr(0, xml.size() / 2)},
         {"array root", "<plist><array><string>k</string></array></plist>"},
         {"empty file", ""},
+        {"XML nested 300 deep", "<plist><dict><key>a</key>" + repeat("<array>", 300) +
+                                    repeat("</array>", 300) + "</dict></plist>"},
+        {"binary nested 300 deep", ChainedArrays(300, 1)},
+        {"binary expanding to 2^40 values", ChainedArrays(40, 2)},
     };
     std::string const path = FileOf(domain);
     for (auto const& row : rows) {
@@ -335,6 +380,7 @@ TEST_F(Preferences, AFileThatCannotBeReadIsNeverOverwritten) {
     } const rows[] = {
         {"a folder", [&] { fs::create_directory(path); }},
         {"a FIFO", [&] { ::mkfifo(path.c_str(), 0666); }},
+        {"over 16 MiB", [&] { WriteFile(path, std::string(16 * 1024 * 1024 + 1, '\0')); }},
         {"no read permission",
          [&] {
              WriteFile(path, "secret");

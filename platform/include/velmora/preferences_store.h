@@ -19,8 +19,9 @@ CF_EXPORT CFStringRef VelmoraPreferencesCopyFilePath(CFStringRef applicationID,
  * when there are none or the scope is refused. */
 CF_EXPORT CFArrayRef VelmoraPreferencesCopyDomainList(CFStringRef userName, CFStringRef hostName);
 
-/* Why the calling thread's last CFPreferences call failed or was refused, as one line, owned
- * by the caller; NULL when it succeeded. */
+/* Why the calling thread's last CFPreferences call failed or was refused, or why the file it
+ * read was ignored as corrupt, as one line owned by the caller; NULL when there is nothing to
+ * say. */
 CF_EXPORT CFStringRef VelmoraPreferencesCopyLastError(void);
 
 CF_EXTERN_C_END
