@@ -12,17 +12,17 @@
 //
 // Byte images (hex, lowest address first):
 //
-//   type                          value         ENDIAN_LITTLE           ENDIAN_BIG
-//   bool                          true          01                      01
-//   char, signed/unsigned char    0x41          41                      41
-//   short, unsigned short         0x1234        34 12                   12 34
-//   int, unsigned int             0x12345678    78 56 34 12             12 34 56 78
-//   long, unsigned long           0x12345678    78 56 34 12             12 34 56 78
-//   float                         1.0f          00 00 80 3F             3F 80 00 00
-//   double                        1.0           00 00 00 00 00 00 F0 3F 3F F0 00 00 00 00 00 00
-//   String, length on             "abc"         03 00 00 00 61 62 63    00 00 00 03 61 62 63
-//   String, length off            "abc"         61 62 63                61 62 63
-//   byte vector                   {1, 2}        01 02                   01 02
+//   type                   value       ENDIAN_LITTLE             ENDIAN_BIG
+//   bool                   true        01                        01
+//   char, (un)signed char  0x41        41                        41
+//   short, unsigned short  0x1234      34 12                     12 34
+//   int, unsigned int      0x12345678  78 56 34 12               12 34 56 78
+//   long, unsigned long    0x12345678  78 56 34 12               12 34 56 78
+//   float                  1.0f        00 00 80 3F               3F 80 00 00
+//   double                 1.0         00 00 00 00 00 00 F0 3F   3F F0 00 00 00 00 00 00
+//   String, length on      "abc"       03 00 00 00 61 62 63      00 00 00 03 61 62 63
+//   String, length off     "abc"       61 62 63                  61 62 63
+//   byte vector            {1, 2}      01 02                     01 02
 //
 // bool is written as 00 or 01; any non-zero byte reads as true. long and unsigned long are
 // 32 bits in this format whatever the host's long: a 64-bit long is cut to its low 32 bits on
