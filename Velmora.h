@@ -8,6 +8,7 @@
 #include "common/common_types.h"
 
 #include "Util/CFString.h"
+#include "Util/ConfigFile.h"
 #include "UI/Alert.h"
 #include "Util/CRC16.h"
 #include "Util/TickCount.h"
