@@ -1,0 +1,327 @@
+// The installer extension module, loaded as a host loads it: the factory and interface
+// object, XCodMain's dispatch, and the post-install step observed at the preference calls.
+#include "installer/InstallerExtension.h"
+#include "test_support.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <velmora/platform_testing.h>
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#ifdef VELMORA_INSTALLER_MODULE
+
+namespace {
+
+using namespace installer;
+
+std::string utf8(CFTypeRef value) {
+    if (value == nullptr || CFGetTypeID(value) != CFStringGetTypeID())
+        return "<none>";
+    char buffer[256];
+    return CFStringGetCString(static_cast<CFStringRef>(value), buffer, sizeof buffer,
+                              kCFStringEncodingUTF8)
+               ? buffer
+               : "<unconvertible>";
+}
+
+// One preference call as the module made it, in a readable form.
+std::string describe(char const* call, CFStringRef key, CFPropertyListRef value, CFStringRef domain,
+                     CFStringRef user, CFStringRef host) {
+    std::string const scope =
+        std::string(CFEqual(user, kCFPreferencesAnyUser) ? " any-user" : " ?user") +
+        (CFEqual(host, kCFPreferencesCurrentHost) ? " current-host" : " ?host");
+    if (std::string(call) == "CFPreferencesSetValue")
+        return "set " + utf8(key) + "=" + utf8(value) + " " + utf8(domain) + scope;
+    if (std::string(call) == "CFPreferencesSynchronize")
+        return "sync " + utf8(domain) + scope;
+    return std::string(call) + " " + utf8(domain);
+}
+
+class InstallerModule : public ::testing::Test {
+protected:
+    void SetUp() override {
+        setenv("VELMORA_PREFS_ROOT", m_root.Path().c_str(), 1);
+        setenv("VELMORA_ALERTS", "none", 1);
+        setenv("VELMORA_ALERT_LOG", (m_root / "alerts.jsonl").c_str(), 1);
+        VelmoraResetPreferencesForTesting();
+        m_module = dlopen(VELMORA_INSTALLER_MODULE, RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(m_module, nullptr) << dlerror();
+        m_factory =
+            reinterpret_cast<void* (*)(CFAllocatorRef, CFUUIDRef)>(dlsym(m_module, "MyFactory"));
+        m_postInstall =
+            reinterpret_cast<void (*)(InstallerParamRecord*)>(dlsym(m_module, "PostInstall"));
+        m_productID = static_cast<SInt32*>(dlsym(m_module, "g_vlPluginID"));
+        ASSERT_TRUE(m_factory && m_postInstall && m_productID);
+        VelmoraSetPreferencesObserver(&InstallerModule::observe, this);
+    }
+
+    void TearDown() override {
+        VelmoraSetPreferencesObserver(nullptr, nullptr);
+        if (m_module != nullptr)
+            dlclose(m_module);
+    }
+
+    static void observe(void* context, char const* call, CFStringRef key, CFPropertyListRef value,
+                        CFStringRef domain, CFStringRef user, CFStringRef host) {
+        static_cast<InstallerModule*>(context)->m_calls.push_back(
+            describe(call, key, value, domain, user, host));
+    }
+
+    static InstallerParamRecord makeRecord(int16_t version, int16_t message, int32_t product,
+                                           uint32_t language, int32_t flags = 0) {
+        InstallerParamRecord record{};
+        WriteInt16(&record, kVersionOffset, version);
+        WriteInt16(&record, kMessageOffset, message);
+        WriteInt32(&record, kProductCodeOffset, product);
+        WriteInt32(&record, kFlagsOffset, flags);
+        WriteUInt32(&record, kLanguageCodeOffset, language);
+        return record;
+    }
+
+    void* create() const {
+        return m_factory(nullptr,
+                         CFUUIDGetConstantUUIDWithBytes(nullptr, kVelmoraInstallerPlugInTypeBytes));
+    }
+    static XcodFunctionBlock const& block(void* object) {
+        return **static_cast<XcodFunctionBlock const* const*>(object);
+    }
+    // The object's third field, after the function block and factory ID pointers.
+    static SInt32 refCount(void* object) {
+        struct Layout {
+            void const* block;
+            void const* factory;
+            SInt32 count;
+        };
+        return static_cast<Layout*>(object)->count;
+    }
+
+    // Drives XCodMain as a host does, through the factory and the extension interface.
+    void runXCodMain(InstallerParamRecord* record) {
+        void* object = create();
+        ASSERT_NE(object, nullptr);
+        void* extension = nullptr;
+        ASSERT_EQ(block(object).QueryInterface(object, CFUUIDBytes{kVelmoraInstallerInterfaceBytes},
+                                               &extension),
+                  S_OK);
+        block(extension).XCodMain(record);
+        EXPECT_EQ(block(extension).Release(extension), 1u);
+        EXPECT_EQ(block(object).Release(object), 0u);
+    }
+
+    std::vector<std::string> alertLog() const {
+        std::vector<std::string> lines;
+        std::string const text = velmora_test::ReadFile(m_root / "alerts.jsonl");
+        for (std::size_t start = 0, end; start < text.size(); start = end + 1) {
+            end = text.find('\n', start);
+            if (end == std::string::npos)
+                end = text.size();
+            lines.push_back(text.substr(start, end - start));
+        }
+        return lines;
+    }
+
+    velmora_test::TempDir m_root;
+    void* m_module = nullptr;
+    void* (*m_factory)(CFAllocatorRef, CFUUIDRef) = nullptr;
+    void (*m_postInstall)(InstallerParamRecord*) = nullptr;
+    SInt32* m_productID = nullptr;
+    std::vector<std::string> m_calls;
+};
+
+struct ProductRow {
+    int32_t code;
+    std::vector<std::string> domains;
+};
+
+std::vector<ProductRow> const kProducts = {
+    {1000, {"Harrow.AU", "Harrow.VST", "Harrow.MAS", "Harrow.PT"}},
+    {1100, {"Meridian3.AU", "Meridian3.VST", "Meridian3.MAS", "Meridian3.PT"}},
+    {1200, {"Gravel.AU", "Gravel.VST", "Gravel.MAS", "Gravel.PT"}},
+    {1300, {"Lattice.AU", "Lattice.VST", "Lattice.MAS", "Lattice.PT"}},
+    {1400, {"Tempest.AU", "Tempest.PT", "Tempest.SA"}},
+    {1500, {"CadenzaPRO.AU", "CadenzaPRO.VST"}},
+};
+
+struct LanguageRow {
+    uint32_t code;
+    char const* value;
+};
+
+std::vector<LanguageRow> const kLanguages = {
+    {0, "en"}, {1, "fr"}, {2, "de"},  {3, "it"},  {4, "en"},  {5, "en"},
+    {6, "es"}, {7, "en"}, {10, "en"}, {11, "ja"}, {12, "en"}, {0xFFFFFFFFu, "en"},
+};
+
+TEST_F(InstallerModule, EveryProductAndLanguageWritesItsDomainsInOrder) {
+    for (auto const& product : kProducts) {
+        for (auto const& language : kLanguages) {
+            SCOPED_TRACE("product " + std::to_string(product.code) + ", language " +
+                         std::to_string(language.code));
+            m_calls.clear();
+            InstallerParamRecord record = makeRecord(1000, 3, product.code, language.code, 0x40);
+            runXCodMain(&record);
+            std::vector<std::string> expected;
+            for (auto const& d : product.domains) {
+                std::string const domain = "com.velmora.audioplugins." + d;
+                expected.push_back("set Lang=" + std::string(language.value) + " " + domain +
+                                   " any-user current-host");
+                expected.push_back("sync " + domain + " any-user current-host");
+            }
+            EXPECT_EQ(m_calls, expected);
+            EXPECT_EQ(ReadInt32(&record, kFlagsOffset), 0x40);
+            EXPECT_EQ(*m_productID, product.code);
+        }
+    }
+    EXPECT_TRUE(alertLog().empty());
+}
+
+TEST_F(InstallerModule, WrittenLanguageReadsBackFromTheStore) {
+    for (auto const& product : kProducts) {
+        InstallerParamRecord record = makeRecord(1000, 3, product.code, 11);
+        m_postInstall(&record);
+    }
+    VelmoraResetPreferencesForTesting();
+    for (auto const& product : kProducts)
+        for (auto const& d : product.domains) {
+            CFStringRef const domain = CFStringCreateWithCString(
+                nullptr, ("com.velmora.audioplugins." + d).c_str(), kCFStringEncodingUTF8);
+            CFPropertyListRef const value = CFPreferencesCopyValue(
+                CFSTR("Lang"), domain, kCFPreferencesAnyUser, kCFPreferencesCurrentHost);
+            EXPECT_EQ(utf8(value), "ja") << d;
+            if (value != nullptr)
+                CFRelease(value);
+            CFRelease(domain);
+        }
+}
+
+TEST_F(InstallerModule, RecordsThatAskForNothingChangeNothing) {
+    struct Row {
+        char const* name;
+        int16_t version;
+        int16_t message;
+        int32_t product;
+        int32_t flagsBefore;
+        int32_t flagsAfter;
+    };
+    std::vector<Row> const rows = {
+        {"unknown version fails silently", 999, 3, 1400, 0, 1},
+        {"failure keeps other flag bits", 0, 3, 1400, 6, 7},
+        {"another message is ignored", 1000, 2, 1400, 6, 6},
+        {"unknown product writes nothing", 1000, 3, 1600, 0, 0},
+    };
+    for (auto const& r : rows) {
+        SCOPED_TRACE(r.name);
+        m_calls.clear();
+        InstallerParamRecord record =
+            makeRecord(r.version, r.message, r.product, 11, r.flagsBefore);
+        runXCodMain(&record);
+        EXPECT_TRUE(m_calls.empty());
+        EXPECT_EQ(ReadInt32(&record, kFlagsOffset), r.flagsAfter);
+    }
+    EXPECT_EQ(*m_productID, 1600); // set even though nothing is written
+    EXPECT_TRUE(alertLog().empty()) << "XCodMain never shows an alert";
+}
+
+TEST_F(InstallerModule, DirectCallWithUnknownVersionAlertsTwiceAndFlagsFailure) {
+    InstallerParamRecord record = makeRecord(0, 3, 1400, 11);
+    m_postInstall(&record);
+    EXPECT_EQ(ReadInt32(&record, kFlagsOffset), 1);
+    EXPECT_TRUE(m_calls.empty());
+    EXPECT_EQ(*m_productID, 1400);
+    std::vector<std::string> const log = alertLog();
+    ASSERT_EQ(log.size(), 2u);
+    EXPECT_NE(log[0].find("\"StandardAlert\""), std::string::npos) << log[0];
+    EXPECT_NE(log[0].find("Unable to set language key."), std::string::npos) << log[0];
+    EXPECT_EQ(log[0].find("Post Install"), std::string::npos) << "the title is never shown";
+    EXPECT_NE(log[1].find("\"StopAlert\""), std::string::npos) << log[1];
+    EXPECT_NE(log[1].find("5000"), std::string::npos) << log[1];
+}
+
+TEST_F(InstallerModule, NullRecordIsIgnored) {
+    InstallerParamRecord record = makeRecord(1000, 3, 1500, 0);
+    m_postInstall(&record);
+    m_calls.clear();
+    m_postInstall(nullptr);
+    EXPECT_TRUE(m_calls.empty());
+    EXPECT_EQ(*m_productID, 1500);
+}
+
+TEST_F(InstallerModule, OnlyTheDocumentedFieldsAreTouched) {
+    for (int16_t version : {1000, 999}) {
+        InstallerParamRecord record;
+        for (std::size_t i = 0; i < sizeof record.bytes; ++i)
+            record.bytes[i] = static_cast<unsigned char>(0xA5 ^ i);
+        WriteInt16(&record, kVersionOffset, version);
+        WriteInt16(&record, kMessageOffset, 3);
+        WriteInt32(&record, kProductCodeOffset, 1500);
+        WriteInt32(&record, kFlagsOffset, 0);
+        InstallerParamRecord const before = record;
+        runXCodMain(&record);
+        for (std::size_t i = 0; i < sizeof record.bytes; ++i) {
+            if (i < kFlagsOffset || i >= kFlagsOffset + 4) {
+                ASSERT_EQ(record.bytes[i], before.bytes[i])
+                    << "byte " << i << ", version " << version;
+            }
+        }
+        EXPECT_EQ(record.bytes[kFlagsOffset + 3], version == 1000 ? 0 : 1);
+    }
+}
+
+TEST_F(InstallerModule, FactoryServesOnlyItsPlugInType) {
+    EXPECT_EQ(m_factory(nullptr,
+                        CFUUIDGetConstantUUIDWithBytes(nullptr, kVelmoraInstallerInterfaceBytes)),
+              nullptr);
+    void* object = create();
+    ASSERT_NE(object, nullptr);
+    EXPECT_EQ(refCount(object), 1);
+    EXPECT_EQ(block(object).reserved, nullptr);
+    EXPECT_EQ(block(object).Release(object), 0u);
+}
+
+TEST_F(InstallerModule, QueryInterfaceCountsReferences) {
+    struct Row {
+        char const* name;
+        CFUUIDBytes iid;
+        HRESULT result;
+    };
+    std::vector<Row> const rows = {
+        {"extension interface", {kVelmoraInstallerInterfaceBytes}, S_OK},
+        {"IUnknown", {kVelmoraIUnknownBytes}, S_OK},
+        {"plug-in type is no interface", {kVelmoraInstallerPlugInTypeBytes}, E_NOINTERFACE},
+    };
+    for (auto const& r : rows) {
+        SCOPED_TRACE(r.name);
+        void* object = create();
+        void* out = reinterpret_cast<void*>(0x1);
+        EXPECT_EQ(block(object).QueryInterface(object, r.iid, &out), r.result);
+        if (r.result == S_OK) {
+            EXPECT_EQ(out, object);
+            EXPECT_EQ(refCount(object), 2);
+            EXPECT_EQ(block(object).AddRef(object), 3u);
+            EXPECT_EQ(block(object).Release(object), 2u);
+            EXPECT_EQ(block(object).Release(object), 1u);
+        } else {
+            EXPECT_EQ(out, nullptr);
+            EXPECT_EQ(refCount(object), 1);
+        }
+        EXPECT_EQ(block(object).Release(object), 0u);
+    }
+}
+
+TEST_F(InstallerModule, ProcInfoDescribesTheEntry) {
+    auto const* procinfo = static_cast<UInt32 const*>(dlsym(m_module, "__procinfo"));
+    ASSERT_NE(procinfo, nullptr);
+    EXPECT_EQ(*procinfo, 0x000000C0u);
+    EXPECT_NE(dlsym(m_module, "_CHAR_CATEGORIES"), nullptr);
+    EXPECT_EQ(dlsym(m_module, "XCodMain"), nullptr);
+}
+
+} // namespace
+
+#endif
