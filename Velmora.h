@@ -20,3 +20,5 @@
 #include "Util/Exception/DataStreamIO.h"
 #include "Util/File.h"
 #include "Util/Dir.h"
+#include "Util/DataStream.h"
+#include "Util/ByteStream.h"
