@@ -19,8 +19,8 @@ CFString::CFString(char const* s, ReleaseBehavior b)
 
 CFString::CFString(unsigned short const* units, unsigned int count, ReleaseBehavior b)
     : m_bRelease(b == RELEASE),
-      m_ref(CFStringCreateWithCharacters(kCFAllocatorDefault, units,
-                                         static_cast<CFIndex>(count))) {}
+      m_ref(CFStringCreateWithCharacters(kCFAllocatorDefault, units, static_cast<CFIndex>(count))) {
+}
 
 CFString::~CFString() {
     if (m_bRelease && m_ref != nullptr)

@@ -5,14 +5,19 @@ using velmora::cf::as;
 
 namespace {
 
-const void* retainValue(CFAllocatorRef, const void* value) { return CFRetain(value); }
-void releaseValue(CFAllocatorRef, const void* value) { CFRelease(value); }
-Boolean equalValues(const void* a, const void* b) { return CFEqual(a, b); }
+const void* retainValue(CFAllocatorRef, const void* value) {
+    return CFRetain(value);
+}
+void releaseValue(CFAllocatorRef, const void* value) {
+    CFRelease(value);
+}
+Boolean equalValues(const void* a, const void* b) {
+    return CFEqual(a, b);
+}
 
 } // namespace
 
-const CFArrayCallBacks kCFTypeArrayCallBacks = {0, retainValue, releaseValue, nullptr,
-                                                equalValues};
+const CFArrayCallBacks kCFTypeArrayCallBacks = {0, retainValue, releaseValue, nullptr, equalValues};
 
 __CFArray::~__CFArray() {
     if (callBacks.release != nullptr)
@@ -33,9 +38,13 @@ bool __CFArray::Equals(CFObject const& other) const {
     return true;
 }
 
-CFHashCode __CFArray::Hash() const { return values.size(); }
+CFHashCode __CFArray::Hash() const {
+    return values.size();
+}
 
-CFTypeID CFArrayGetTypeID(void) { return __CFArray::kTypeID; }
+CFTypeID CFArrayGetTypeID(void) {
+    return __CFArray::kTypeID;
+}
 
 CFArrayRef CFArrayCreate(CFAllocatorRef, const void** values, CFIndex numValues,
                          const CFArrayCallBacks* callBacks) {

@@ -38,7 +38,9 @@ void CFRelease(CFTypeRef cf) {
         toObject(cf)->Release();
 }
 
-CFIndex CFGetRetainCount(CFTypeRef cf) { return cf == nullptr ? 0 : toObject(cf)->RetainCount(); }
+CFIndex CFGetRetainCount(CFTypeRef cf) {
+    return cf == nullptr ? 0 : toObject(cf)->RetainCount();
+}
 
 Boolean CFEqual(CFTypeRef cf1, CFTypeRef cf2) {
     if (cf1 == cf2)
@@ -50,6 +52,10 @@ Boolean CFEqual(CFTypeRef cf1, CFTypeRef cf2) {
     return a->Type() == b->Type() && a->Equals(*b);
 }
 
-CFHashCode CFHash(CFTypeRef cf) { return cf == nullptr ? 0 : toObject(cf)->Hash(); }
+CFHashCode CFHash(CFTypeRef cf) {
+    return cf == nullptr ? 0 : toObject(cf)->Hash();
+}
 
-CFTypeID CFGetTypeID(CFTypeRef cf) { return cf == nullptr ? 0 : toObject(cf)->Type(); }
+CFTypeID CFGetTypeID(CFTypeRef cf) {
+    return cf == nullptr ? 0 : toObject(cf)->Type();
+}

@@ -9,9 +9,13 @@ bool __CFData::Equals(CFObject const& other) const {
     return bytes == static_cast<__CFData const&>(other).bytes;
 }
 
-CFHashCode __CFData::Hash() const { return velmora::cf::hashBytes(bytes.data(), bytes.size()); }
+CFHashCode __CFData::Hash() const {
+    return velmora::cf::hashBytes(bytes.data(), bytes.size());
+}
 
-CFTypeID CFDataGetTypeID(void) { return __CFData::kTypeID; }
+CFTypeID CFDataGetTypeID(void) {
+    return __CFData::kTypeID;
+}
 
 CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length) {
     if (length < 0 || (bytes == nullptr && length > 0))

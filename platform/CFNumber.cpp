@@ -89,7 +89,9 @@ CFHashCode __CFNumber::Hash() const {
     return isFloat ? static_cast<CFHashCode>(real) : static_cast<CFHashCode>(integer);
 }
 
-CFTypeID CFNumberGetTypeID(void) { return __CFNumber::kTypeID; }
+CFTypeID CFNumberGetTypeID(void) {
+    return __CFNumber::kTypeID;
+}
 
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType theType, const void* valuePtr) {
     if (valuePtr == nullptr)

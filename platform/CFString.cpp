@@ -92,11 +92,15 @@ CFHashCode hashBytes(void const* data, std::size_t n) {
     return static_cast<CFHashCode>(h);
 }
 
-CFStringRef createString(std::u16string units) { return new __CFString(std::move(units)); }
+CFStringRef createString(std::u16string units) {
+    return new __CFString(std::move(units));
+}
 
 } // namespace velmora::cf
 
-CFTypeID CFStringGetTypeID(void) { return __CFString::kTypeID; }
+CFTypeID CFStringGetTypeID(void) {
+    return __CFString::kTypeID;
+}
 
 CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char* cStr, CFStringEncoding encoding) {
     if (cStr == nullptr)

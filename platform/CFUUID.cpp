@@ -43,9 +43,13 @@ bool __CFUUID::Equals(CFObject const& other) const {
     return std::memcmp(&bytes, &static_cast<__CFUUID const&>(other).bytes, sizeof bytes) == 0;
 }
 
-CFHashCode __CFUUID::Hash() const { return velmora::cf::hashBytes(&bytes, sizeof bytes); }
+CFHashCode __CFUUID::Hash() const {
+    return velmora::cf::hashBytes(&bytes, sizeof bytes);
+}
 
-CFTypeID CFUUIDGetTypeID(void) { return __CFUUID::kTypeID; }
+CFTypeID CFUUIDGetTypeID(void) {
+    return __CFUUID::kTypeID;
+}
 
 CFUUIDRef CFUUIDGetConstantUUIDWithBytes(CFAllocatorRef, UInt8 byte0, UInt8 byte1, UInt8 byte2,
                                          UInt8 byte3, UInt8 byte4, UInt8 byte5, UInt8 byte6,

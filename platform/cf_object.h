@@ -43,7 +43,9 @@ private:
     mutable std::atomic<CFIndex> m_count{1};
 };
 
-inline CFObject const* toObject(CFTypeRef cf) { return static_cast<CFObject const*>(cf); }
+inline CFObject const* toObject(CFTypeRef cf) {
+    return static_cast<CFObject const*>(cf);
+}
 
 // The object behind cf when it is of type T, else null (a wrong or null reference is
 // answered softly rather than crashing the host).

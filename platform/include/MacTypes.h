@@ -34,12 +34,7 @@ typedef unsigned char* StringPtr;
 typedef const unsigned char* ConstStringPtr;
 typedef const unsigned char* ConstStr255Param;
 
-enum {
-    noErr = 0,
-    paramErr = -50,
-    memFullErr = -108,
-    resNotFound = -192
-};
+enum { noErr = 0, paramErr = -50, memFullErr = -108, resNotFound = -192 };
 
 #ifndef TRUE
 #define TRUE 1

@@ -19,11 +19,7 @@ typedef UInt32 TextEncodingFormat;
 typedef struct OpaqueTextToUnicodeInfo* TextToUnicodeInfo;
 typedef struct OpaqueUnicodeToTextInfo* UnicodeToTextInfo;
 
-enum {
-    kTextEncodingMacRoman = 0,
-    kTextEncodingDefaultVariant = 0,
-    kTextEncodingDefaultFormat = 0
-};
+enum { kTextEncodingMacRoman = 0, kTextEncodingDefaultVariant = 0, kTextEncodingDefaultFormat = 0 };
 
 enum {
     kTextUnsupportedEncodingErr = -8738,

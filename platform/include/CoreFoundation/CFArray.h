@@ -26,8 +26,8 @@ CF_EXPORT const CFArrayCallBacks kCFTypeArrayCallBacks;
 CF_EXPORT CFTypeID CFArrayGetTypeID(void);
 /* An array of numValues values; with NULL callBacks the values are neither retained nor
  * released. */
-CF_EXPORT CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values,
-                                   CFIndex numValues, const CFArrayCallBacks* callBacks);
+CF_EXPORT CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex numValues,
+                                   const CFArrayCallBacks* callBacks);
 CF_EXPORT CFIndex CFArrayGetCount(CFArrayRef theArray);
 /* The value at idx, not retained; idx must be inside the array. */
 CF_EXPORT const void* CFArrayGetValueAtIndex(CFArrayRef theArray, CFIndex idx);
