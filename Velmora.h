@@ -3,6 +3,8 @@
 
 #include "common/common_char.h"
 #include "common/common_checked_types.h"
+#include "common/common_exception_base.h"
+#include "common/common_path.h"
 #include "common/common_smart_ptr.h"
 #include "common/common_string.h"
 #include "common/common_types.h"
@@ -20,5 +22,3 @@
 #include "Util/File.h"
 #include "Util/TickCount.h"
 #include "Util/math_utils.h"
-#include "common/common_exception_base.h"
-#include "common/common_path.h"
