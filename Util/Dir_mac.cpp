@@ -36,16 +36,6 @@ bool isRegularFile(String const& path) {
     VELMORA_THROW(kModule,                                                                         \
                   Util::Exception::FileIO((message), m_pathFolder, Util::Exception::FileIO::type))
 
-// Closes a function-try-block: operations declared to throw only FileIO end the program when
-// anything else escapes them.
-#define ONLY_FILEIO                                                                                \
-    catch (Util::Exception::FileIO const&) {                                                       \
-        throw;                                                                                     \
-    }                                                                                              \
-    catch (...) {                                                                                  \
-        std::terminate();                                                                          \
-    }
-
 } // namespace
 
 namespace Util {
@@ -107,7 +97,7 @@ void Dir::Create(bool recursive) try {
         scan = slash.GetValue();
     }
 }
-ONLY_FILEIO
+VELMORA_ONLY_FILEIO
 
 void Dir::Remove() try {
     if (!Exists())
@@ -115,7 +105,7 @@ void Dir::Remove() try {
     if (::rmdir(m_pathFolder.ToSystemString().Latin1()) != 0)
         THROW_FILEIO(String("rmdir() failed"), REMOVE_ERROR);
 }
-ONLY_FILEIO
+VELMORA_ONLY_FILEIO
 
 void Dir::GetTime(FileTime* time) {
     struct stat st;

@@ -23,16 +23,6 @@ char const kModule[] = "Util/File";
     VELMORA_THROW(kModule,                                                                         \
                   Util::Exception::FileIO((message), (path), Util::Exception::FileIO::type))
 
-// Closes a function-try-block: operations declared to throw only FileIO end the program when
-// anything else escapes them (such as memory exhaustion while a message is built).
-#define ONLY_FILEIO                                                                                \
-    catch (Util::Exception::FileIO const&) {                                                       \
-        throw;                                                                                     \
-    }                                                                                              \
-    catch (...) {                                                                                  \
-        std::terminate();                                                                          \
-    }
-
 namespace Util {
 
 File::File() : m_fp(nullptr), m_endianType(ENDIAN_UNKNOWN) {}
@@ -83,7 +73,7 @@ void File::Open(unsigned mode) try {
         THROW_FILEIO(m_pathFile, String("Error opening file"), OPEN_ERROR);
     m_mode = checked_value<unsigned>(mode);
 }
-ONLY_FILEIO
+VELMORA_ONLY_FILEIO
 
 void File::Close() try {
     if (m_fp == nullptr)
@@ -94,7 +84,7 @@ void File::Close() try {
     if (rc != 0)
         THROW_FILEIO(m_pathFile, String("Close failed"), CLOSE_ERROR);
 }
-ONLY_FILEIO
+VELMORA_ONLY_FILEIO
 
 void File::Flush() {
     if (m_fp != nullptr)
@@ -121,7 +111,7 @@ void File::At(unsigned position) try {
     if (std::fseek(m_fp, static_cast<long>(position), SEEK_SET) != 0)
         THROW_FILEIO(m_pathFile, String("Seek to %1 failed").Arg(position, 10), UNEXPECTED_ERROR);
 }
-ONLY_FILEIO
+VELMORA_ONLY_FILEIO
 
 checked_value<unsigned> File::Size() const {
     if (m_pathFile.IsEmpty())
@@ -157,7 +147,7 @@ void File::ReadBlock(char* buffer, unsigned count) try {
             String("Attempt to read %1 bytes, only read %2 bytes").Arg(count, 10).Arg(got, 10),
             READ_ERROR);
 }
-ONLY_FILEIO
+VELMORA_ONLY_FILEIO
 
 void File::ReadBlock(unsigned char* buffer, unsigned count) {
     ReadBlock(reinterpret_cast<char*>(buffer), count);
@@ -181,7 +171,7 @@ void File::WriteBlock(char const* data, unsigned count) try {
             String("Attempt to write %1 bytes, only wrote %2 bytes").Arg(count, 10).Arg(wrote, 10),
             WRITE_ERROR);
 }
-ONLY_FILEIO
+VELMORA_ONLY_FILEIO
 
 void File::WriteBlock(unsigned char const* data, unsigned count) {
     WriteBlock(reinterpret_cast<char const*>(data), count);
@@ -235,7 +225,7 @@ void File::GetTime(FileTime* time) try {
     time->uAccessSeconds = static_cast<uint32>(st.st_atime);
     time->uModSeconds = static_cast<uint32>(st.st_mtime);
 }
-ONLY_FILEIO
+VELMORA_ONLY_FILEIO
 
 void File::SetTime(FileTime const& time) try {
     struct timeval times[2];
@@ -246,13 +236,13 @@ void File::SetTime(FileTime const& time) try {
     if (::utimes(m_pathFile.ToSystemString().Latin1(), times) != 0)
         THROW_FILEIO(m_pathFile, String("Error setting file time"), UNEXPECTED_ERROR);
 }
-ONLY_FILEIO
+VELMORA_ONLY_FILEIO
 
 void File::SetMode(unsigned short permissions) try {
     if (::chmod(m_pathFile.ToSystemString().Latin1(), static_cast<mode_t>(permissions)) != 0)
         THROW_FILEIO(m_pathFile, String("Error modifying file permissions"), UNEXPECTED_ERROR);
 }
-ONLY_FILEIO
+VELMORA_ONLY_FILEIO
 
 void File::Remove() try {
     if (m_fp != nullptr)
@@ -260,12 +250,12 @@ void File::Remove() try {
     if (std::remove(m_pathFile.ToSystemString().Latin1()) != 0)
         THROW_FILEIO(m_pathFile, String("Remove failed"), REMOVE_ERROR);
 }
-ONLY_FILEIO
+VELMORA_ONLY_FILEIO
 
 void File::Rename(FilePath const& from, FilePath const& to) try {
     if (std::rename(from.ToSystemString().Latin1(), to.ToSystemString().Latin1()) != 0)
         THROW_FILEIO(from, String("Rename failed"), RENAME_ERROR);
 }
-ONLY_FILEIO
+VELMORA_ONLY_FILEIO
 
 } // namespace Util

@@ -125,6 +125,19 @@ CFStringRef createUtf8String(std::string const& text) {
     return velmora::cf::createString(std::move(units));
 }
 
+// A new array of CFStrings made from texts, in their order.
+template <typename Texts>
+CFArrayRef copyStringArray(Texts const& texts) {
+    std::vector<CFRef> strings;
+    std::vector<void const*> refs;
+    for (std::string const& text : texts) {
+        strings.emplace_back(createUtf8String(text));
+        refs.push_back(strings.back().Get());
+    }
+    return CFArrayCreate(nullptr, refs.data(), static_cast<CFIndex>(refs.size()),
+                         &kCFTypeArrayCallBacks);
+}
+
 // The machine's identity for current-host files: /etc/machine-id, else the D-Bus copy of it,
 // else the host name, else "localhost".
 std::string readHostID() {
@@ -389,14 +402,7 @@ CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStringRef userN
     }
     if (keys.empty())
         return nullptr;
-    std::vector<CFRef> strings;
-    std::vector<void const*> refs;
-    for (auto const& key : keys) {
-        strings.emplace_back(createUtf8String(key));
-        refs.push_back(strings.back().Get());
-    }
-    return CFArrayCreate(nullptr, refs.data(), static_cast<CFIndex>(refs.size()),
-                         &kCFTypeArrayCallBacks);
+    return copyStringArray(keys);
 }
 
 Boolean CFPreferencesSynchronize(CFStringRef applicationID, CFStringRef userName,
@@ -482,14 +488,7 @@ CFArrayRef VelmoraPreferencesCopyDomainList(CFStringRef userName, CFStringRef ho
     if (names.empty())
         return nullptr;
     std::sort(names.begin(), names.end());
-    std::vector<CFRef> strings;
-    std::vector<void const*> refs;
-    for (auto const& domain : names) {
-        strings.emplace_back(createUtf8String(domain));
-        refs.push_back(strings.back().Get());
-    }
-    return CFArrayCreate(nullptr, refs.data(), static_cast<CFIndex>(refs.size()),
-                         &kCFTypeArrayCallBacks);
+    return copyStringArray(names);
 }
 
 CFStringRef VelmoraPreferencesCopyLastError(void) {

@@ -3,6 +3,8 @@
 // Adds to Exception::Base the path concerned (a file or a folder, never both) and a category.
 #pragma once
 
+#include <exception>
+
 #include "common/common_exception_base.h"
 #include "common/common_path.h"
 
@@ -49,3 +51,13 @@ private:
 
 } // namespace Exception
 } // namespace Util
+
+// Closes a function-try-block of an operation that lets only FileIO escape: anything else
+// (such as memory exhaustion while a message is built) ends the program.
+#define VELMORA_ONLY_FILEIO                                                                        \
+    catch (Util::Exception::FileIO const&) {                                                       \
+        throw;                                                                                     \
+    }                                                                                              \
+    catch (...) {                                                                                  \
+        std::terminate();                                                                          \
+    }
