@@ -7,187 +7,160 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
 
-TEST(CFObjects, RetainAndReleaseCountReferences) {
-    CFStringRef s = CFStringCreateWithCString(nullptr, "abc", kCFStringEncodingMacRoman);
-    ASSERT_NE(s, nullptr);
-    EXPECT_EQ(CFGetRetainCount(s), 1);
-    EXPECT_EQ(CFRetain(s), s);
-    EXPECT_EQ(CFGetRetainCount(s), 2);
-    CFRelease(s);
-    EXPECT_EQ(CFGetRetainCount(s), 1);
-    CFRelease(s);
+CFStringEncoding const kRoman = kCFStringEncodingMacRoman, kUtf8 = kCFStringEncodingUTF8;
+
+// The constant UUID 01 02 .. 10.
+CFUUIDRef constantUUID() {
+    return CFUUIDGetConstantUUIDWithBytes(nullptr, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14,
+                                          15, 16);
+}
+
+// A new CFNumber of the given type holding value.
+template <typename T>
+CFNumberRef number(CFNumberType type, T value) {
+    return CFNumberCreate(nullptr, type, &value);
 }
 
 TEST(CFObjects, ConstantsAreUniqueAndImmortal) {
     CFStringRef a = CFSTR("com.velmora.test");
-    EXPECT_EQ(a, CFSTR("com.velmora.test"));
-    CFIndex const before = CFGetRetainCount(a);
-    CFRelease(a);
-    CFRelease(a);
-    EXPECT_EQ(CFGetRetainCount(a), before);
-    EXPECT_EQ(CFStringGetLength(a), 16);
-
-    CFUUIDRef u1 = CFUUIDGetConstantUUIDWithBytes(nullptr, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12,
-                                                  13, 14, 15, 16);
-    CFUUIDRef u2 = CFUUIDGetConstantUUIDWithBytes(nullptr, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12,
-                                                  13, 14, 15, 16);
-    EXPECT_EQ(u1, u2);
-    CFRelease(u1);
-    EXPECT_EQ(CFUUIDGetUUIDBytes(u1).byte15, 16);
+    CFUUIDRef u = constantUUID();
+    CFIndex const before[] = {CFGetRetainCount(a), CFGetRetainCount(u)};
+    for (CFTypeRef cf : {CFTypeRef(a), CFTypeRef(a), CFTypeRef(u), CFTypeRef(u)})
+        CFRelease(cf);
+    EXPECT_TRUE(a == CFSTR("com.velmora.test") && u == constantUUID());
+    EXPECT_EQ(std::make_tuple(CFGetRetainCount(a), CFGetRetainCount(u), CFStringGetLength(a)),
+              std::make_tuple(before[0], before[1], 16));
+    CFUUIDBytes const bytes = CFUUIDGetUUIDBytes(u);
+    EXPECT_EQ(std::memcmp(&bytes, "\1\2\3\4\5\6\7\10\11\12\13\14\15\16\17\20", 16), 0);
 }
 
 TEST(CFObjects, EqualityIsByTypeAndContents) {
-    CFStringRef a = CFStringCreateWithCString(nullptr, "x", kCFStringEncodingASCII);
     UniChar const x = 'x';
-    CFStringRef b = CFStringCreateWithCharacters(nullptr, &x, 1);
-    UInt8 const byte = 'x';
-    CFDataRef d = CFDataCreate(nullptr, &byte, 1);
-    int32_t const one = 1;
-    double const oneReal = 1.0;
-    CFNumberRef n1 = CFNumberCreate(nullptr, kCFNumberSInt32Type, &one);
-    CFNumberRef n2 = CFNumberCreate(nullptr, kCFNumberFloat64Type, &oneReal);
-    CFUUIDBytes const bytes = {9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9};
-    CFUUIDRef made = CFUUIDCreateFromUUIDBytes(nullptr, bytes);
-    CFUUIDRef constant =
-        CFUUIDGetConstantUUIDWithBytes(nullptr, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9);
-
-    EXPECT_TRUE(CFEqual(a, b));
-    EXPECT_FALSE(CFEqual(a, d));
-    EXPECT_TRUE(CFEqual(n1, n2));
-    EXPECT_TRUE(CFEqual(made, constant));
-    EXPECT_NE(made, constant);
-    EXPECT_EQ(CFHash(a), CFHash(b));
-    for (CFTypeRef cf : {CFTypeRef(a), CFTypeRef(b), CFTypeRef(d), CFTypeRef(n1), CFTypeRef(n2),
-                         CFTypeRef(made)})
+    CFTypeRef const made[] = {
+        CFStringCreateWithCString(nullptr, "x", kCFStringEncodingASCII),
+        CFStringCreateWithCharacters(nullptr, &x, 1),
+        CFDataCreate(nullptr, reinterpret_cast<UInt8 const*>("x"), 1),
+        number(kCFNumberSInt32Type, int32_t(1)),
+        number(kCFNumberFloat64Type, 1.0),
+        CFUUIDCreateFromUUIDBytes(nullptr, CFUUIDGetUUIDBytes(constantUUID()))};
+    // Strings of the same text, numbers of the same value, UUIDs of the same bytes; not a string
+    // and data of the same byte; a made UUID is not the constant.
+    EXPECT_EQ(std::make_tuple(CFEqual(made[0], made[1]), CFHash(made[0]) == CFHash(made[1]),
+                              CFEqual(made[3], made[4]), CFEqual(made[5], constantUUID()),
+                              CFEqual(made[0], made[2]), made[5] == constantUUID()),
+              std::make_tuple(true, true, true, true, false, false));
+    for (CFTypeRef cf : made)
         CFRelease(cf);
 }
 
-TEST(CFString, EncodingsConvertStrictly) {
-    struct Row {
-        char const* bytes;
-        CFStringEncoding encoding;
-        std::vector<UniChar> units; // empty: creation fails
-    };
-    std::vector<Row> const rows = {
-        {"caf\x8E", kCFStringEncodingMacRoman, {'c', 'a', 'f', 0xE9}},
-        {"caf\xC3\xA9", kCFStringEncodingUTF8, {'c', 'a', 'f', 0xE9}},
-        {"\xE4\xB8\x80", kCFStringEncodingUTF8, {0x4E00}},
-        {"\xF0\x9F\x98\x80", kCFStringEncodingUTF8, {0xD83D, 0xDE00}},
-        {"\xC0\xAF", kCFStringEncodingUTF8, {}}, // overlong
-        {"\xED\xA0\x80", kCFStringEncodingUTF8, {}}, // encoded surrogate
-        {"caf\xC3", kCFStringEncodingUTF8, {}},      // cut sequence
-        {"caf\x8E", kCFStringEncodingASCII, {}},
-        {"abc", 0x1234, {}},
-    };
-    for (auto const& r : rows) {
-        SCOPED_TRACE(r.bytes);
-        CFStringRef s = CFStringCreateWithCString(nullptr, r.bytes, r.encoding);
-        if (r.units.empty()) {
-            EXPECT_EQ(s, nullptr);
-            continue;
-        }
-        ASSERT_NE(s, nullptr);
-        ASSERT_EQ(CFStringGetLength(s), static_cast<CFIndex>(r.units.size()));
-        std::vector<UniChar> got(r.units.size());
-        CFStringGetCharacters(s, CFRangeMake(0, CFStringGetLength(s)), got.data());
-        EXPECT_EQ(got, r.units);
-        char back[16];
-        ASSERT_TRUE(CFStringGetCString(s, back, sizeof back, r.encoding));
-        EXPECT_STREQ(back, r.bytes);
-        CFRelease(s);
-    }
+TEST(CFObjects, RetainCountsAndArrayOwnership) {
+    UInt8 const bytes[] = {1, 2, 3, 4};
+    CFDataRef d = CFDataCreate(nullptr, bytes, 4);
+    CFDataRef empty = CFDataCreate(nullptr, nullptr, 0);
+    EXPECT_EQ(CFGetRetainCount(d), 1);
+    EXPECT_TRUE(CFRetain(d) == d && CFGetRetainCount(d) == 2);
+    CFRelease(d);
+    UInt8 middle[2] = {};
+    CFDataGetBytes(d, CFRangeMake(1, 2), middle);
+    EXPECT_EQ(std::make_tuple(CFDataGetLength(d), CFDataGetLength(empty), middle[0], middle[1]),
+              std::make_tuple(4, 0, 2, 3));
+
+    // An array with kCFTypeArrayCallBacks retains its values; one without borrows them.
+    const void* values[] = {d, empty};
+    CFArrayRef retaining = CFArrayCreate(nullptr, values, 2, &kCFTypeArrayCallBacks);
+    CFArrayRef borrowing = CFArrayCreate(nullptr, values, 2, nullptr);
+    EXPECT_EQ(CFGetRetainCount(d), 2);
+    EXPECT_EQ(std::make_tuple(CFArrayGetCount(retaining), CFArrayGetValueAtIndex(retaining, 1),
+                              CFArrayGetValueAtIndex(retaining, 2), CFEqual(retaining, borrowing)),
+              std::make_tuple(2, static_cast<void const*>(empty), nullptr, true));
+    CFRelease(borrowing);
+    CFRelease(retaining);
+    EXPECT_EQ(CFGetRetainCount(d), 1);
+    CFRelease(d); // the last release frees it (the sanitizer build reports a leak otherwise)
+    CFRelease(empty);
 }
 
-TEST(CFString, GetCStringFailsWhenTheTextHasNoFormOrDoesNotFit) {
+TEST(CFString, EncodingsConvertStrictly) {
+    // Bytes, encoding, the UTF-16 text (empty: creation fails). Mac Roman follows Apple's table;
+    // UTF-8 that is overlong, an encoded surrogate or cut short is refused, as is a byte that
+    // ASCII lacks and an unknown encoding.
+    CFStringEncoding const ascii = kCFStringEncodingASCII;
+    std::vector<std::tuple<char const*, CFStringEncoding, std::u16string>> const rows = {
+        {"caf\x8E", kRoman, u"caf\u00E9"},          {"\xC0\xAF", kUtf8, u""},
+        {"\xDB\xF0", kRoman, u"\u20AC\uF8FF"},      {"\xED\xA0\x80", kUtf8, u""},
+        {"caf\xC3\xA9", kUtf8, u"caf\u00E9"},       {"caf\xC3", kUtf8, u""},
+        {"\xE4\xB8\x80", kUtf8, u"\u4E00"},         {"caf\x8E", ascii, u""},
+        {"\xF0\x9F\x98\x80", kUtf8, u"\U0001F600"}, {"abc", 0x1234, u""}};
+    for (auto const& [bytes, encoding, units] : rows) {
+        CFStringRef s = CFStringCreateWithCString(nullptr, bytes, encoding);
+        bool const created = s != nullptr;
+        std::u16string got(created ? CFStringGetLength(s) : 0, u'\0');
+        char back[16] = {};
+        if (created) {
+            CFStringGetCharacters(s, CFRangeMake(0, got.size()),
+                                  reinterpret_cast<UniChar*>(&got[0]));
+            CFStringGetCString(s, back, sizeof back, encoding);
+            CFRelease(s);
+        }
+        EXPECT_EQ(std::make_tuple(created, got, std::string(back)),
+                  std::make_tuple(!units.empty(), units, std::string(units.empty() ? "" : bytes)))
+            << bytes;
+    }
+
+    // CFStringGetCString fails when the text has no form in the encoding or does not fit.
     UniChar const han[] = {'a', 0x4E00};
     CFStringRef s = CFStringCreateWithCharacters(nullptr, han, 2);
     char buffer[8];
-    EXPECT_FALSE(CFStringGetCString(s, buffer, sizeof buffer, kCFStringEncodingMacRoman));
-    EXPECT_TRUE(CFStringGetCString(s, buffer, sizeof buffer, kCFStringEncodingUTF8));
-    EXPECT_FALSE(CFStringGetCString(s, buffer, 4, kCFStringEncodingUTF8)); // needs 4 + 1
+    EXPECT_EQ(std::make_tuple(CFStringGetCString(s, buffer, sizeof buffer, kRoman),
+                              CFStringGetCString(s, buffer, 4, kUtf8), // needs 4 + 1
+                              CFStringGetCString(s, buffer, sizeof buffer, kUtf8)),
+              std::make_tuple(false, false, true));
     CFRelease(s);
 }
 
 TEST(CFString, PascalFormIsKeptForShortMacRomanText) {
-    CFStringRef shortText = CFStringCreateWithCString(nullptr, "Hello", kCFStringEncodingMacRoman);
-    ConstStringPtr p = CFStringGetPascalStringPtr(shortText, kCFStringEncodingMacRoman);
+    CFStringRef shortText = CFStringCreateWithCString(nullptr, "Hello", kRoman);
+    CFStringRef longText =
+        CFStringCreateWithCString(nullptr, std::string(300, 'x').c_str(), kRoman);
+    ConstStringPtr p = CFStringGetPascalStringPtr(shortText, kRoman);
     ASSERT_NE(p, nullptr);
-    EXPECT_EQ(p[0], 5);
-    EXPECT_EQ(std::memcmp(p + 1, "Hello", 5), 0);
-    EXPECT_EQ(CFStringGetPascalStringPtr(shortText, kCFStringEncodingUTF8), nullptr);
-
-    std::string const longText(300, 'x');
-    CFStringRef longer =
-        CFStringCreateWithCString(nullptr, longText.c_str(), kCFStringEncodingMacRoman);
-    EXPECT_EQ(CFStringGetPascalStringPtr(longer, kCFStringEncodingMacRoman), nullptr);
+    EXPECT_EQ(std::string(reinterpret_cast<char const*>(p), 6), "\x05Hello");
+    EXPECT_EQ(CFStringGetPascalStringPtr(shortText, kUtf8), nullptr);
+    EXPECT_EQ(CFStringGetPascalStringPtr(longText, kRoman), nullptr);
     Str255 buffer;
-    EXPECT_FALSE(CFStringGetPascalString(longer, buffer, sizeof buffer, kCFStringEncodingMacRoman));
-    EXPECT_TRUE(CFStringGetPascalString(shortText, buffer, sizeof buffer, kCFStringEncodingMacRoman));
-    EXPECT_EQ(buffer[0], 5);
+    EXPECT_FALSE(CFStringGetPascalString(longText, buffer, sizeof buffer, kRoman));
+    EXPECT_TRUE(CFStringGetPascalString(shortText, buffer, sizeof buffer, kRoman));
+    EXPECT_EQ(std::string(reinterpret_cast<char const*>(buffer), 6), "\x05Hello");
     CFRelease(shortText);
-    CFRelease(longer);
+    CFRelease(longText);
 }
 
 TEST(CFNumber, ConversionsReportLoss) {
-    int32_t const minusOne = -1;
-    CFNumberRef n = CFNumberCreate(nullptr, kCFNumberSInt32Type, &minusOne);
+    CFNumberRef n32 = number(kCFNumberSInt32Type, int32_t(-1));
+    CFNumberRef n64 = number(kCFNumberSInt64Type, int64_t(0x100000001LL));
+    CFNumberRef real = number(kCFNumberDoubleType, 2.5);
     int64_t wide = 0;
-    EXPECT_TRUE(CFNumberGetValue(n, kCFNumberSInt64Type, &wide));
-    EXPECT_EQ(wide, -1);
-    CFRelease(n);
-
-    int64_t const big = 0x100000001LL;
-    n = CFNumberCreate(nullptr, kCFNumberSInt64Type, &big);
-    int32_t narrow = 0;
-    EXPECT_FALSE(CFNumberGetValue(n, kCFNumberSInt32Type, &narrow));
-    EXPECT_EQ(narrow, 1); // truncated, but written
-    CFRelease(n);
-
-    double const half = 2.5;
-    n = CFNumberCreate(nullptr, kCFNumberDoubleType, &half);
-    EXPECT_FALSE(CFNumberGetValue(n, kCFNumberSInt32Type, &narrow));
-    EXPECT_EQ(narrow, 2);
+    int32_t narrowed = 0, truncated = 0;
     float f = 0;
-    EXPECT_TRUE(CFNumberGetValue(n, kCFNumberFloatType, &f));
-    EXPECT_EQ(f, 2.5f);
-    EXPECT_TRUE(CFNumberIsFloatType(n));
-    CFRelease(n);
-
-    CFStringRef notANumber = CFSTR("7");
-    EXPECT_FALSE(CFNumberGetValue(reinterpret_cast<CFNumberRef>(notANumber), kCFNumberSInt32Type,
-                                  &narrow));
-    EXPECT_EQ(CFNumberCreate(nullptr, static_cast<CFNumberType>(99), &narrow), nullptr);
-}
-
-TEST(CFDataAndArray, ContentsAndOwnership) {
-    UInt8 const bytes[] = {1, 2, 3, 4};
-    CFDataRef d = CFDataCreate(nullptr, bytes, 4);
-    ASSERT_EQ(CFDataGetLength(d), 4);
-    UInt8 middle[2] = {};
-    CFDataGetBytes(d, CFRangeMake(1, 2), middle);
-    EXPECT_EQ(middle[0], 2);
-    EXPECT_EQ(middle[1], 3);
-    CFDataRef empty = CFDataCreate(nullptr, nullptr, 0);
-    EXPECT_EQ(CFDataGetLength(empty), 0);
-
-    const void* values[] = {d, empty};
-    CFArrayRef retaining = CFArrayCreate(nullptr, values, 2, &kCFTypeArrayCallBacks);
-    EXPECT_EQ(CFGetRetainCount(d), 2);
-    CFArrayRef borrowing = CFArrayCreate(nullptr, values, 2, nullptr);
-    EXPECT_EQ(CFGetRetainCount(d), 2);
-    EXPECT_EQ(CFArrayGetCount(retaining), 2);
-    EXPECT_EQ(CFArrayGetValueAtIndex(retaining, 1), empty);
-    EXPECT_EQ(CFArrayGetValueAtIndex(retaining, 2), nullptr);
-    EXPECT_TRUE(CFEqual(retaining, borrowing));
-    CFRelease(borrowing);
-    CFRelease(retaining);
-    EXPECT_EQ(CFGetRetainCount(d), 1);
-    CFRelease(d);
-    CFRelease(empty);
+    // Widening is exact; a lossy conversion reports false but still writes the cut value.
+    EXPECT_EQ(std::make_tuple(CFNumberGetValue(n32, kCFNumberSInt64Type, &wide),
+                              CFNumberGetValue(n64, kCFNumberSInt32Type, &narrowed),
+                              CFNumberGetValue(real, kCFNumberSInt32Type, &truncated),
+                              CFNumberGetValue(real, kCFNumberFloatType, &f),
+                              CFNumberIsFloatType(real), CFNumberIsFloatType(n32)),
+              std::make_tuple(true, false, false, true, true, false));
+    EXPECT_EQ(std::make_tuple(wide, narrowed, truncated, f), std::make_tuple(-1, 1, 2, 2.5f));
+    for (CFNumberRef n : {n32, n64, real})
+        CFRelease(n);
+    // Not a number, or an unknown number type.
+    EXPECT_FALSE(CFNumberGetValue(reinterpret_cast<CFNumberRef>(CFSTR("7")), kCFNumberSInt32Type,
+                                  &narrowed));
+    EXPECT_EQ(CFNumberCreate(nullptr, static_cast<CFNumberType>(99), &narrowed), nullptr);
 }
 
 TEST(CFPlugIn, InstancesAreCountedPerFactory) {
@@ -199,17 +172,19 @@ TEST(CFPlugIn, InstancesAreCountedPerFactory) {
     CFPlugInRemoveInstanceForFactory(factory);
     EXPECT_EQ(VelmoraPlugInInstanceCount(factory), 1);
     CFPlugInRemoveInstanceForFactory(factory);
-    CFPlugInRemoveInstanceForFactory(factory);
+    CFPlugInRemoveInstanceForFactory(factory); // one too many: the count stays at 0
     EXPECT_EQ(VelmoraPlugInInstanceCount(factory), 0);
     CFRelease(factory);
 }
 
 TEST(CarbonMemory, NewPtrIsZeroFilled) {
-    Ptr p = NewPtr(64);
-    ASSERT_NE(p, nullptr);
-    for (int i = 0; i < 64; ++i)
-        EXPECT_EQ(p[i], 0);
-    DisposePtr(p);
+    for (int round = 0; round < 2; ++round) {
+        Ptr p = NewPtr(64);
+        ASSERT_NE(p, nullptr);
+        EXPECT_EQ(std::string(p, 64), std::string(64, '\0')) << "round " << round;
+        std::memset(p, 0xFF, 64); // dirty the block, which the next NewPtr may get back
+        DisposePtr(p);
+    }
     EXPECT_EQ(NewPtr(-1), nullptr);
     DisposePtr(nullptr);
 }
@@ -223,27 +198,22 @@ TEST(TextEncodingConverter, MacRomanOnlyAndStrict) {
     ASSERT_EQ(CreateUnicodeToTextInfoByEncoding(CreateTextEncoding(0, 0, 0), &toText), noErr);
 
     UniChar units[4] = {};
-    ByteCount read = 0;
-    ByteCount written = 0;
-    EXPECT_EQ(ConvertFromTextToUnicode(toUnicode, 3, "a\x8E\xDB", 0, 0, nullptr, nullptr, nullptr,
-                                       sizeof units, &read, &written, units),
-              noErr);
-    EXPECT_EQ(written, 6u);
-    EXPECT_EQ(units[1], 0x00E9);
-    EXPECT_EQ(units[2], 0x20AC);
-    EXPECT_EQ(ConvertFromTextToUnicode(toUnicode, 3, "abc", 0, 0, nullptr, nullptr, nullptr, 4,
-                                       &read, &written, units),
-              kTECOutputBufferFullStatus);
-    EXPECT_EQ(read, 2u);
-
+    ByteCount read = 0, written = 0;
+    OSStatus status = ConvertFromTextToUnicode(toUnicode, 3, "a\x8E\xDB", 0, 0, nullptr, nullptr,
+                                               nullptr, sizeof units, &read, &written, units);
+    EXPECT_EQ(std::make_tuple(status, written, units[1], units[2]),
+              std::make_tuple(noErr, 6u, 0x00E9, 0x20AC));
+    // Room for two units: what fits is converted and the status says so.
+    status = ConvertFromTextToUnicode(toUnicode, 3, "abc", 0, 0, nullptr, nullptr, nullptr, 4,
+                                      &read, &written, units);
+    EXPECT_EQ(std::make_tuple(status, read), std::make_tuple(kTECOutputBufferFullStatus, 2u));
+    // A character Mac Roman lacks stops the conversion after what came before it.
     char out[4] = {};
     UniChar const mixed[] = {'a', 0xF8FF, 0x0100};
-    EXPECT_EQ(ConvertFromUnicodeToText(toText, sizeof mixed, mixed, 0, 0, nullptr, nullptr, nullptr,
-                                       sizeof out, &read, &written, out),
-              kTECUnmappableElementErr);
-    EXPECT_EQ(written, 2u);
-    EXPECT_EQ(static_cast<unsigned char>(out[1]), 0xF0);
-
+    status = ConvertFromUnicodeToText(toText, sizeof mixed, mixed, 0, 0, nullptr, nullptr, nullptr,
+                                      sizeof out, &read, &written, out);
+    EXPECT_EQ(std::make_tuple(status, written, static_cast<unsigned char>(out[1])),
+              std::make_tuple(kTECUnmappableElementErr, 2u, 0xF0));
     EXPECT_EQ(DisposeTextToUnicodeInfo(&toUnicode), noErr);
     EXPECT_EQ(toUnicode, nullptr);
     EXPECT_EQ(DisposeUnicodeToTextInfo(&toText), noErr);
@@ -255,7 +225,7 @@ TEST(CarbonEvents, EventTimeIsMonotonicWithATestSeam) {
     EXPECT_GE(b, a);
     VelmoraSetCurrentEventTimeForTesting(1.0005);
     EXPECT_EQ(GetCurrentEventTime(), 1.0005);
-    VelmoraSetCurrentEventTimeForTesting(-1);
+    VelmoraSetCurrentEventTimeForTesting(-1); // back to the clock
     EXPECT_GE(GetCurrentEventTime(), b);
 }
 
