@@ -1,3 +1,5 @@
+// Util::ConfigFile: the read order, the rules of each kind, listing and removing, and the admin
+// test; values are read back by a second process, so the files are what is tested.
 #include "Util/ConfigFile.h"
 
 #include "test_support.h"
@@ -13,105 +15,72 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 using Util::ConfigFile;
-using velmora_test::TempDir;
 
 namespace {
 
 char const kDomain[] = "com.velmora.tests.ConfigFile";
 using Bytes = std::vector<unsigned char>;
 
-gid_t const kRoot = 0, kStaff = 20, kAdmin = 80, kNameless = 81, kNoRecord = 82,
-            kAdministrators = 83, kCapitalAdmin = 84;
-
-group record(char const* name, gid_t gid) {
-    return {const_cast<char*>(name), nullptr, gid, {}};
-}
-
-// A controlled group database: what getgrouplist answers, and the group records.
+// A controlled group database: getgrouplist answers result and one group per name (gid 100
+// and up), where a null name stands for a record without a name and "-" for no record.
 struct FakeGroups {
-    static inline int result = 0;
-    static inline std::vector<gid_t> ids;
-    static inline std::map<gid_t, group> records = {
-        {kRoot, record("root", kRoot)},
-        {kStaff, record("staff", kStaff)},
-        {kAdmin, record("admin", kAdmin)},
-        {kNameless, record(nullptr, kNameless)},
-        {kAdministrators, record("administrators", kAdministrators)},
-        {kCapitalAdmin, record("Admin", kCapitalAdmin)}};
+    static inline int result = 0, askedCount = 0;
     static inline gid_t askedBase = 99;
-    static inline int askedCount = 0;
+    static inline std::vector<char const*> names;
+    static inline group record;
 
     static int list(char const*, gid_t base, gid_t* groups, int* count) {
         askedBase = base;
         askedCount = *count;
-        for (std::size_t i = 0; i < ids.size() && static_cast<int>(i) < *count; ++i)
-            groups[i] = ids[i];
-        *count = static_cast<int>(ids.size());
+        for (int i = 0; i < static_cast<int>(names.size()) && i < *count; ++i)
+            groups[i] = static_cast<gid_t>(100 + i);
+        *count = static_cast<int>(names.size());
         return result;
     }
     static group* get(gid_t gid) {
-        auto it = records.find(gid);
-        return it != records.end() ? &it->second : nullptr;
+        record = {const_cast<char*>(names.at(gid - 100)), nullptr, gid, nullptr};
+        return record.gr_name != nullptr && record.gr_name == std::string("-") ? nullptr : &record;
     }
 };
 ConfigFile::GroupDatabase const kFakeGroups = {FakeGroups::list, FakeGroups::get};
 
-void setUser(char const* user) {
-    user ? setenv("USER", user, 1) : unsetenv("USER");
+enum Scope { USER, ALL };
+
+// Stores value in one domain (current host, as ConfigFile does) and writes it out, bypassing
+// ConfigFile.
+void putRaw(Scope scope, char const* key, CFTypeRef value) {
+    CFStringRef d = CFStringCreateWithCString(nullptr, kDomain, kCFStringEncodingUTF8);
+    CFStringRef k = CFStringCreateWithCString(nullptr, key, kCFStringEncodingUTF8);
+    CFStringRef const user = scope == USER ? kCFPreferencesCurrentUser : kCFPreferencesAnyUser;
+    CFPreferencesSetValue(k, value, d, user, kCFPreferencesCurrentHost);
+    EXPECT_TRUE(CFPreferencesSynchronize(d, user, kCFPreferencesCurrentHost));
+    for (CFTypeRef r : {CFTypeRef(d), CFTypeRef(k), value})
+        CFRelease(r);
+}
+void putData(Scope scope, char const* key, Bytes const& b) {
+    putRaw(scope, key, CFDataCreate(nullptr, b.data(), CFIndex(b.size())));
+}
+void putNumber(Scope scope, char const* key, long long n) {
+    putRaw(scope, key, CFNumberCreate(nullptr, kCFNumberSInt64Type, &n));
 }
 
-CFStringRef const kUsers[] = {kCFPreferencesCurrentUser, kCFPreferencesAnyUser};
-enum { USER, ALL };
-
-CFStringRef cf(char const* s) {
-    return CFStringCreateWithCString(nullptr, s, kCFStringEncodingUTF8);
-}
-CFTypeRef data(Bytes const& b) {
-    return CFDataCreate(nullptr, b.data(), CFIndex(b.size()));
-}
-CFTypeRef number(long long n) {
-    return CFNumberCreate(nullptr, kCFNumberSInt64Type, &n);
-}
-void release(std::initializer_list<CFTypeRef> refs) {
-    for (CFTypeRef r : refs)
-        if (r != nullptr)
-            CFRelease(r);
-}
-
-// Stores value (released here) in one domain and writes it out, bypassing ConfigFile.
-void putRaw(int scope, char const* key, CFTypeRef value, char const* domain = kDomain) {
-    CFStringRef d = cf(domain), k = cf(key);
-    CFPreferencesSetValue(k, value, d, kUsers[scope], kCFPreferencesCurrentHost);
-    EXPECT_TRUE(CFPreferencesSynchronize(d, kUsers[scope], kCFPreferencesCurrentHost));
-    release({d, k, value});
-}
-
-// The data stored under key in one domain, read from the file afresh.
-std::optional<Bytes> rawData(int scope, char const* key) {
-    VelmoraResetPreferencesForTesting();
-    CFStringRef d = cf(kDomain), k = cf(key);
-    CFTypeRef v = CFPreferencesCopyValue(k, d, kUsers[scope], kCFPreferencesCurrentHost);
-    std::optional<Bytes> result;
-    if (v != nullptr && CFGetTypeID(v) == CFDataGetTypeID()) {
-        auto const* p = CFDataGetBytePtr(static_cast<CFDataRef>(v));
-        result = Bytes(p, p + CFDataGetLength(static_cast<CFDataRef>(v)));
+// Expects a ConfigFile in a new process to read each KIND:KEY as the value beside it (see
+// prefs_helper.cpp).
+void expectReads(std::vector<std::pair<std::string, std::string>> const& reads) {
+    std::vector<std::string> args = {VELMORA_PREFS_HELPER, "read", kDomain};
+    std::string expected;
+    for (auto const& [kindKey, value] : reads) {
+        args.push_back(kindKey);
+        expected += value + "\n";
     }
-    release({d, k, v});
-    return result;
-}
-
-// What a ConfigFile in a new process reads (see configfile_probe.cpp).
-std::string probe(std::vector<std::string> args, char const* domain = kDomain) {
-    args.insert(args.begin(), {VELMORA_CONFIGFILE_PROBE, domain});
     auto const r = velmora_test::Run(args);
     EXPECT_EQ(r.exitCode, 0) << r.err;
-    return r.out;
+    EXPECT_EQ(r.out, expected);
 }
 
 std::string joined(std::vector<String> const& names) {
@@ -124,205 +93,154 @@ std::string joined(std::vector<String> const& names) {
 class ConfigFileTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        for (auto& [name, value] : m_saved)
-            if (char const* v = std::getenv(name.c_str()))
-                value = v;
         setenv("VELMORA_PREFS_ROOT", m_root.Path().c_str(), 1);
         unsetenv("USER");
         VelmoraResetPreferencesForTesting();
     }
     void TearDown() override {
-        for (auto const& [name, value] : m_saved)
-            value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+        m_user ? setenv("USER", m_user->c_str(), 1) : unsetenv("USER");
         VelmoraResetPreferencesForTesting();
     }
-    TempDir m_root;
-    std::map<std::string, std::optional<std::string>> m_saved = {{"VELMORA_PREFS_ROOT", {}},
-                                                                 {"USER", {}}};
+    velmora_test::TempDir m_root;
+    std::optional<std::string> const m_user =
+        std::getenv("USER") ? std::optional<std::string>(std::getenv("USER")) : std::nullopt;
 };
 
-// Written by a user's store and an admin's, read back by a new process.
-TEST_F(ConfigFileTest, CurrentUserFirstThenAllUsersThenTheDefaultInANewProcess) {
-    using Set = void (*)(ConfigFile&, String const&, bool user);
+// Written by a user's store and an admin's, read back in the current user, then all users,
+// then default order by a new process.
+TEST_F(ConfigFileTest, EveryKindAndItsRulesThroughANewProcess) {
     struct Kind {
         char const* name;
-        Set set;
-        std::string user, all, def; // as the probe prints them
+        void (*set)(ConfigFile&, String const&, bool user);
+        std::string user, all, def; // as the helper prints them
     } const kinds[] = {
-        {"string",
-         [](ConfigFile& s, String const& k, bool u) { s.SetString(k, u ? "caf\x8E" : "a"); },
-         "caf\x8E", "a", "(default)"},
-        {"int", [](ConfigFile& s, String const& k, bool u) { s.SetInt(k, u ? -5 : 2); }, "-5", "2",
-         "0"},
-        {"uint", [](ConfigFile& s, String const& k, bool u) { s.SetUInt(k, u ? 4000000000u : 2); },
-         "4000000000", "2", "0"},
-        {"bool", [](ConfigFile& s, String const& k, bool u) { s.SetBool(k, !u); }, "false", "true",
-         "false"},
-        {"float", [](ConfigFile& s, String const& k, bool u) { s.SetFloat(k, u ? -1.25f : 2); },
-         "-1.25", "2", "0"},
-        {"binary",
-         [](ConfigFile& s, String const& k, bool u) {
-             s.SetBinary(k, {0, 0xFF, u});
-         },
-         "00 ff 01 ", "00 ff 00 ", ""},
+        {"string", [](auto& s, auto& k, bool u) { s.SetString(k, u ? "caf\x8E" : "a"); }, "caf\x8E",
+         "a", "(default)"},
+        {"int", [](auto& s, auto& k, bool u) { s.SetInt(k, u ? -5 : 2); }, "-5", "2", "7"},
+        {"uint", [](auto& s, auto& k, bool u) { s.SetUInt(k, u ? 4000000000u : 2); }, "4000000000",
+         "2", "7"},
+        {"bool", [](auto& s, auto& k, bool u) { s.SetBool(k, !u); }, "false", "true", "true"},
+        {"float", [](auto& s, auto& k, bool u) { s.SetFloat(k, u ? -1.25f : 2); }, "-1.25", "2",
+         "7"},
+        {"binary", [](auto& s, auto& k, bool u) { s.SetBinary(k, Bytes(2, 0xFE + u)); }, "ff ff ",
+         "fe fe ", ""},
     };
-    struct Place {
-        char const* name;
-        bool inUser, inAll;
-        std::string Kind::*expected;
-    } const places[] = {{"user only", true, false, &Kind::user},
-                        {"all users only", false, true, &Kind::all},
-                        {"both", true, true, &Kind::user},
-                        {"neither", false, false, &Kind::def}};
-    std::vector<std::string> args;
-    std::string expected;
+    std::vector<std::pair<std::string, std::string>> reads;
     {
         ConfigFile user(kDomain); // USER unset: the current user's domain
         FakeGroups::result = 2;
-        FakeGroups::ids = {kRoot, kAdmin};
-        setUser("ed");
+        FakeGroups::names = {"root", "admin"};
+        setenv("USER", "ed", 1);
         ConfigFile admin(kDomain, kFakeGroups); // the all-users domain
         ASSERT_TRUE(admin.IsAdmin());
-        for (auto const& kind : kinds)
-            for (auto const& place : places) {
-                std::string const key = std::string(kind.name) + " " + place.name;
-                if (place.inUser)
-                    kind.set(user, key.c_str(), true);
-                if (place.inAll)
-                    kind.set(admin, key.c_str(), false);
-                args.push_back(std::string(kind.name) + ":" + key);
-                expected += kind.*place.expected + "\n";
-            }
-        EXPECT_EQ(probe({"string:string user only"}), "(default)\n") << "no write synchronises";
+        for (auto const& kind : kinds) {
+            std::string const k = kind.name;
+            kind.set(user, (k + " in user").c_str(), true);
+            kind.set(user, (k + " in both").c_str(), true);
+            kind.set(admin, (k + " in both").c_str(), false);
+            kind.set(admin, (k + " in all").c_str(), false);
+            reads.insert(reads.end(), {{k + ":" + k + " in user", kind.user},
+                                       {k + ":" + k + " in all", kind.all},
+                                       {k + ":" + k + " in both", kind.user},
+                                       {k + ":" + k + " in neither", kind.def}});
+        }
+        // The rules of each kind.
+        user.SetInt("minus one", -1);
+        user.SetUInt("max", 4294967295u);
+        user.SetInt("two", 2);
+        user.SetInt("zero", 0);
+        user.SetFloat("half", 0.5f);
+        user.SetBinary("shadowed", {});
+        user.SetBinary("alone", {});
+        EXPECT_FALSE(user.GetBool("absent", false));
+        expectReads({{"string:string in user", "(default)"}}); // no write synchronises
     } // each destructor synchronises its own domain
-    EXPECT_EQ(probe(args), expected);
-}
-
-TEST_F(ConfigFileTest, IntegersShareTheirBitsAndBoolIsNonZero) {
-    ConfigFile store(kDomain);
-    store.SetInt("minus one", -1);
-    store.SetUInt("max", 4294967295u);
-    store.SetInt("two", 2);
-    store.SetInt("zero", 0);
-    putRaw(USER, "2^32", number(4294967296LL)); // no 32-bit integer: skipped
-    putRaw(ALL, "2^32", number(3));
-    EXPECT_EQ(store.GetUInt("minus one", 0), 4294967295u);
-    EXPECT_EQ(store.GetInt("max", 0), -1);
-    EXPECT_EQ(store.GetInt("2^32", 0), 3);
-    EXPECT_TRUE(store.GetBool("two", false));
-    EXPECT_FALSE(store.GetBool("zero", true));
-    EXPECT_TRUE(store.GetBool("absent", true));
-    EXPECT_FALSE(store.GetBool("absent", false));
-}
-
-TEST_F(ConfigFileTest, AFloatIsFourBigEndianBytes) {
-    ConfigFile(kDomain).SetFloat("Gain", 0.5f);
-    EXPECT_EQ(rawData(USER, "Gain"), Bytes({0x3F, 0x00, 0x00, 0x00}));
-
-    struct Row {
-        char const* name;
-        std::optional<Bytes> user, all;
-        float expected;
-    } const rows[] = {
-        {"3 bytes, nothing else", Bytes{0x3F, 0, 0}, std::nullopt, 7.0f},
-        {"8 bytes, nothing else", Bytes{0x3F, 0, 0, 0, 0, 0, 0, 0}, std::nullopt, 7.0f},
-        {"3 bytes, then 4 for all users", Bytes{0x3F, 0, 0}, Bytes{0x3F, 0, 0, 0}, 0.5f},
-        {"8 bytes, then 4 for all users", Bytes(8, 0x40), Bytes{0xBF, 0x80, 0, 0}, -1.0f},
-        {"4 bytes in both", Bytes{0x40, 0x20, 0, 0}, Bytes{0x3F, 0, 0, 0}, 2.5f},
-    };
-    for (auto const& row : rows) {
-        if (row.user)
-            putRaw(USER, row.name, data(*row.user));
-        if (row.all)
-            putRaw(ALL, row.name, data(*row.all));
-    }
-    ConfigFile const store(kDomain);
-    for (auto const& row : rows)
-        EXPECT_EQ(store.GetFloat(row.name, 7.0f), row.expected) << row.name;
-}
-
-TEST_F(ConfigFileTest, EmptyBinaryReadsAsAbsent) {
-    putRaw(ALL, "shadowed", data({7, 8}));
-    {
-        ConfigFile store(kDomain);
-        store.SetBinary("shadowed", {});
-        store.SetBinary("alone", {});
-    }
-    EXPECT_EQ(rawData(USER, "alone"), Bytes()) << "the empty data is stored";
-    ConfigFile const store(kDomain);
-    Bytes out = {1, 2, 3};
-    store.GetBinary("shadowed", out);
-    EXPECT_EQ(out, Bytes({7, 8}));
-    store.GetBinary("alone", out);
-    EXPECT_EQ(out, Bytes());
-}
-
-TEST_F(ConfigFileTest, ValueNamesMergeBothDomainsSortedOnce) {
-    for (char const* key : {"b", "a"})
-        putRaw(USER, key, number(1));
-    for (char const* key : {"a", "c", "B"})
-        putRaw(ALL, key, number(1));
-    std::vector<String> names = {"stale"};
-    ConfigFile(kDomain).GetValueNames(names, "ignored");
-    EXPECT_EQ(joined(names), "B;a;b;c;");
-    ConfigFile("com.velmora.tests.Empty").GetValueNames(names, "");
-    EXPECT_TRUE(names.empty());
-}
-
-TEST_F(ConfigFileTest, RemovingActsOnTheWriteDomainOnly) {
-    for (char const* key :
-         {"Window", "Window/", "Window/Width", "Window/Pos/X", "WindowTitle", "Lang"})
-        putRaw(USER, key, number(1));
-    putRaw(ALL, "Window/Width", number(640));
+    expectReads(reads);
+    putNumber(USER, "2^32", 4294967296LL); // not a 32-bit integer: skipped
+    putNumber(ALL, "2^32", 3);
+    putData(ALL, "shadowed", {7, 8});
+    // Floats: data of another length than four is skipped.
+    putData(USER, "3 bytes", {0x3F, 0, 0});
+    putData(ALL, "3 bytes", {0xBF, 0x80, 0, 0});
+    putData(USER, "8 bytes", {0x3F, 0, 0, 0, 0, 0, 0, 0});
+    expectReads({{"uint:minus one", "4294967295"},
+                 {"int:max", "-1"},
+                 {"int:2^32", "3"},
+                 {"bool:two", "true"},
+                 {"bool:zero", "false"},
+                 {"binary:half", "3f 00 00 00 "},
+                 {"float:half", "0.5"},
+                 {"float:3 bytes", "-1"},
+                 {"float:8 bytes", "7"},
+                 {"binary:shadowed", "07 08 "},
+                 {"binary:alone", ""}});
+    // The empty data is stored, though it reads as absent.
     std::vector<String> names;
+    VelmoraResetPreferencesForTesting();
+    ConfigFile(kDomain).GetKeyNames(names);
+    EXPECT_NE(joined(names).find(";alone;"), std::string::npos) << joined(names);
+}
+
+TEST_F(ConfigFileTest, ListingMergesBothDomainsAndRemovingActsOnTheWriteDomainOnly) {
+    for (char const* key :
+         {"Window", "Window/", "Window/Width", "Window/Pos/X", "WindowTitle", "a"})
+        putNumber(USER, key, 1);
+    putNumber(ALL, "Window/Width", 640);
+    putNumber(ALL, "B", 1);
+    std::vector<String> names = {"stale"};
     {
         ConfigFile store(kDomain);
+        store.GetValueNames(names, "ignored");
+        EXPECT_EQ(joined(names), "B;Window;Window/;Window/Pos/X;Window/Width;WindowTitle;a;");
         store.RemoveKey("Window");
         store.GetKeyNames(names);
-        EXPECT_EQ(joined(names), "Lang;WindowTitle;");
-        EXPECT_EQ(store.GetInt("Window/Width", 0), 640) << "the all-users value shows through";
-        store.RemoveValue("Lang");
+        EXPECT_EQ(joined(names), "WindowTitle;a;");
+        store.RemoveValue("a");
         store.RemoveValue("never stored");
     }
-    EXPECT_EQ(probe({"int:Window/Width", "int:Lang", "int:WindowTitle"}), "640\n0\n1\n");
+    expectReads({{"int:Window/Width", "640"}, {"int:a", "7"}, {"int:WindowTitle", "1"}});
     ConfigFile store(kDomain);
     store.RemoveKey("");
     store.GetKeyNames(names);
     EXPECT_TRUE(names.empty());
     store.GetValueNames(names, "");
-    EXPECT_EQ(joined(names), "Window/Width;");
+    EXPECT_EQ(joined(names), "B;Window/Width;");
+    ConfigFile("com.velmora.tests.Empty").GetValueNames(names, "");
+    EXPECT_TRUE(names.empty());
 }
 
 TEST_F(ConfigFileTest, AdminIsMembershipOfAGroupNamedExactlyAdmin) {
-    std::vector<gid_t> full(511, kStaff);
-    full.back() = kAdmin;
-    std::vector<gid_t> overfull = full;
-    overfull.push_back(kStaff);
+    std::vector<char const*> full(511, "staff");
+    full.back() = "admin";
+    std::vector<char const*> overfull = full;
+    overfull.push_back("staff");
     struct Row {
         char const* name;
         char const* user;
         int result; // of getgrouplist
-        std::vector<gid_t> ids;
+        std::vector<char const*> groups;
         bool admin;
     } const rows[] = {
-        {"USER unset", nullptr, 2, {kRoot, kAdmin}, false},
-        {"member of admin", "ed", 2, {kRoot, kAdmin}, true},
-        {"only look-alike names", "ed", 3, {kRoot, kAdministrators, kCapitalAdmin}, false},
-        {"nameless and missing records skipped", "ed", 3, {kNameless, kNoRecord, kAdmin}, true},
-        {"groups do not fit", "ed", -1, {kRoot, kAdmin}, false},
+        {"USER unset", nullptr, 2, {"root", "admin"}, false},
+        {"member of admin", "ed", 2, {"root", "admin"}, true},
+        {"only look-alike names", "ed", 3, {"root", "administrators", "Admin"}, false},
+        {"nameless and missing records skipped", "ed", 3, {nullptr, "-", "admin"}, true},
+        {"groups do not fit", "ed", -1, {"root", "admin"}, false},
         {"no groups", "ed", 0, {}, false},
         {"511 groups", "ed", 511, full, true},
         {"512 groups", "ed", 512, overfull, false},
     };
     for (auto const& row : rows) {
         FakeGroups::result = row.result;
-        FakeGroups::ids = row.ids;
+        FakeGroups::names = row.groups;
         FakeGroups::askedCount = 0;
         FakeGroups::askedBase = 99;
-        setUser(row.user);
+        row.user ? setenv("USER", row.user, 1) : unsetenv("USER");
         EXPECT_EQ(ConfigFile(kDomain, kFakeGroups).IsAdmin(), row.admin) << row.name;
-        EXPECT_EQ(FakeGroups::askedCount, row.user ? 512 : 0) << row.name;
-        EXPECT_EQ(FakeGroups::askedBase, row.user ? 0u : 99u) << row.name;
+        // getgrouplist is asked with 512 slots and base group 0, unless USER is unset.
+        EXPECT_EQ(std::pair(FakeGroups::askedCount, FakeGroups::askedBase),
+                  row.user ? std::pair(512, gid_t(0)) : std::pair(0, gid_t(99)))
+            << row.name;
     }
 }
 
@@ -352,14 +270,17 @@ TEST_F(ConfigFileTest, AdminFromTheSystemGroupDatabase) {
     EXPECT_EQ(WEXITSTATUS(status), 1) << "velmora-ed (admin) yes, velmora-guest no";
 }
 
+#ifdef VELMORA_INSTALL_HOST_TOOL
 TEST_F(ConfigFileTest, ReadsTheLanguageTheInstallerWroteForAllUsers) {
-    char const tempest[] = "com.velmora.audioplugins.Tempest.AU";
-    putRaw(ALL, "Lang", cf("ja"), tempest);
+    auto const r = velmora_test::Run({VELMORA_INSTALL_HOST_TOOL, "--product", "Tempest",
+                                      "--language", "ja", "--module", VELMORA_INSTALLER_MODULE},
+                                     {"VELMORA_ALERTS=none"});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
     VelmoraResetPreferencesForTesting();
-    EXPECT_STREQ(ConfigFile(tempest).GetString("Lang", "en").Latin1(), "ja");
-    EXPECT_STREQ(
-        ConfigFile("com.velmora.audioplugins.Tempest.VST").GetString("Lang", "en").Latin1(), "en");
-    EXPECT_EQ(probe({"string:Lang"}, tempest), "ja\n");
+    for (auto const& [domain, lang] : {std::pair{"com.velmora.audioplugins.Tempest.AU", "ja"},
+                                       {"com.velmora.audioplugins.Tempest.VST", "en"}})
+        EXPECT_STREQ(ConfigFile(domain).GetString("Lang", "en").Latin1(), lang) << domain;
 }
+#endif
 
 } // namespace

@@ -1,103 +1,84 @@
-// velmora-defaults: a session of commands against one store, each with its exit status and
-// output, run in order.
+// velmora-defaults: a session of commands against one store, each with its exit status, output
+// and error, run in order.
 #include "test_support.h"
 
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-
 #include <string>
 #include <vector>
 
-namespace {
-
 #ifdef VELMORA_DEFAULTS_TOOL
+
+namespace {
 
 struct Step {
     std::vector<std::string> args;
     int exitCode;
-    std::string out;    // expected standard output
-    std::string errHas; // a part of the one-line error ("" when none is expected)
+    std::string out, errHas; // standard output, a part of the error ("" when none is expected)
 };
-
-void RunSteps(velmora_test::TempDir const& dir, std::vector<Step> const& steps) {
-    for (auto const& step : steps) {
-        std::vector<std::string> argv{VELMORA_DEFAULTS_TOOL};
-        argv.insert(argv.end(), step.args.begin(), step.args.end());
-        std::string row;
-        for (auto const& a : step.args)
-            row += a + " ";
-        auto const r = velmora_test::Run(argv, {"VELMORA_PREFS_ROOT=" + dir.Path()});
-        EXPECT_EQ(r.exitCode, step.exitCode) << row << r.err;
-        EXPECT_EQ(r.out, step.out) << row;
-        if (step.errHas.empty()) {
-            EXPECT_EQ(r.err, "") << row;
-            continue;
-        }
-        EXPECT_NE(r.err.find(step.errHas), std::string::npos) << row << r.err;
-        // Failures are one line; bad usage adds the usage line.
-        auto const lines = std::count(r.err.begin(), r.err.end(), '\n');
-        EXPECT_EQ(lines, step.exitCode == 2 ? 2 : 1) << row << r.err;
-    }
-}
 
 TEST(DefaultsTool, ReadsWritesAndDeletesLikeDefaults) {
     velmora_test::TempDir dir;
+    auto const run = [&dir](Step const& step) {
+        std::vector<std::string> argv{VELMORA_DEFAULTS_TOOL};
+        argv.insert(argv.end(), step.args.begin(), step.args.end());
+        auto const r = velmora_test::Run(argv, {"VELMORA_PREFS_ROOT=" + dir.Path()});
+        std::string const row = ::testing::PrintToString(step.args) + "\n" + r.err;
+        EXPECT_EQ(r.exitCode, step.exitCode) << row;
+        EXPECT_EQ(r.out, step.out) << row;
+        // Nothing, or one line saying why; bad usage adds the usage line.
+        int const lines = step.errHas.empty() ? 0 : step.exitCode == 2 ? 2 : 1;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), lines) << row;
+        EXPECT_NE(r.err.find(step.errHas), std::string::npos) << row;
+    };
     std::string const d = "com.velmora.tool";
-    RunSteps(dir, {
-                      {{"write", d, "s", "hello world"}, 0, "", ""},
-                      {{"write", d, "i", "-int", "-5"}, 0, "", ""},
-                      {{"write", d, "f", "-float", "2"}, 0, "", ""},
-                      {{"write", d, "x", "-data", "00fF"}, 0, "", ""},
-                      {{"write", d, "q", "-string", "42"}, 0, "", ""},
-                      {{"write", d, "p", "plain/path-1.0"}, 0, "", ""},
-                      {{"write", d, "e", ""}, 0, "", ""},
-                      {{"read", d},
-                       0,
-                       "e = \"\"\nf = 2.0\ni = -5\np = plain/path-1.0\nq = \"42\"\n"
-                       "s = \"hello world\"\nx = <00ff>\n",
-                       ""},
-                      {{"read", d, "s"}, 0, "hello world\n", ""},
-                      {{"read", d, "x"}, 0, "<00ff>\n", ""},
-                      {{"read", d, "nope"}, 1, "", "key nope does not exist"},
-                      {{"read", "com.velmora.none"}, 1, "", "does not exist"},
-                      {{"delete", d, "i"}, 0, "", ""},
-                      {{"read", d, "i"}, 1, "", "does not exist"},
-                      {{"delete", d, "i"}, 1, "", "does not exist"},
-                      {{"--all-users", "write", d, "s", "everyone"}, 0, "", ""},
-                      {{"--all-users", "read", d, "s"}, 0, "everyone\n", ""},
-                      {{"read", d, "s"}, 0, "hello world\n", ""},
-                      {{"-currentHost", "write", d, "h", "-int", "3"}, 0, "", ""},
-                      {{"--current-host", "read", d}, 0, "h = 3\n", ""},
-                      {{"write", "com.velmora.other", "k", "v"}, 0, "", ""},
-                      {{"domains"}, 0, "com.velmora.other\ncom.velmora.tool\n", ""},
-                      {{"--all-users", "domains"}, 0, "com.velmora.tool\n", ""},
-                      {{"delete", d}, 0, "", ""},
-                      {{"read", d}, 1, "", "does not exist"},
-                      {{"write", "../escape", "k", "v"}, 1, "", "not a valid domain name"},
-                      {{"write", d, "k", "-int", "12x"}, 2, "", "not a 64-bit integer"},
-                      {{"write", d, "k", "-data", "abc"}, 2, "", "odd number"},
-                      {{"write", d, "k", "-int"}, 2, "", "wrong arguments for write"},
-                      {{"read"}, 2, "", "wrong arguments for read"},
-                      {{"frob"}, 2, "", "unknown command frob"},
-                      {{"--bogus", "domains"}, 2, "", "unknown option --bogus"},
-                      {{}, 2, "", "no command"},
-                  });
-}
-
-TEST(DefaultsTool, AFailedWriteSaysWhyAndExitsNonZero) {
-    velmora_test::TempDir dir;
-    ::mkdir((dir / "user").c_str(), 0700);
+    std::string const all = "f = 2.0\ni = -5\np = plain/path-1.0\nq = \"42\"\ns = \"hello world\"\n"
+                            "x = <00ff>\n";
+    Step const steps[] = {
+        {{"write", d, "s", "hello world"}, 0, "", ""},
+        {{"write", d, "i", "-int", "-5"}, 0, "", ""},
+        {{"write", d, "f", "-float", "2"}, 0, "", ""},
+        {{"write", d, "x", "-data", "00fF"}, 0, "", ""},
+        {{"write", d, "q", "-string", "42"}, 0, "", ""},
+        {{"write", d, "p", "plain/path-1.0"}, 0, "", ""},
+        {{"read", d}, 0, all, ""},
+        {{"read", d, "s"}, 0, "hello world\n", ""},
+        {{"read", d, "nope"}, 1, "", "key nope does not exist"},
+        {{"read", "com.velmora.none"}, 1, "", "does not exist"},
+        {{"delete", d, "i"}, 0, "", ""},
+        {{"delete", d, "i"}, 1, "", "does not exist"},
+        {{"--all-users", "write", d, "s", "everyone"}, 0, "", ""},
+        {{"--all-users", "read", d, "s"}, 0, "everyone\n", ""},
+        {{"read", d, "s"}, 0, "hello world\n", ""},
+        {{"-currentHost", "write", d, "h", "-int", "3"}, 0, "", ""},
+        {{"--current-host", "read", d}, 0, "h = 3\n", ""},
+        {{"write", "com.velmora.other", "k", "v"}, 0, "", ""},
+        {{"domains"}, 0, "com.velmora.other\ncom.velmora.tool\n", ""},
+        {{"--all-users", "domains"}, 0, "com.velmora.tool\n", ""},
+        {{"delete", d}, 0, "", ""},
+        {{"read", d}, 1, "", "does not exist"},
+        {{"write", "../escape", "k", "v"}, 1, "", "not a valid domain name"},
+        {{"write", d, "k", "-int", "12x"}, 2, "", "not a 64-bit integer"},
+        {{"write", d, "k", "-data", "abc"}, 2, "", "odd number"},
+        {{"write", d, "k", "-int"}, 2, "", "wrong arguments for write"},
+        {{"read"}, 2, "", "wrong arguments for read"},
+        {{"frob"}, 2, "", "unknown command frob"},
+        {{"--bogus", "domains"}, 2, "", "unknown option --bogus"},
+        {{}, 2, "", "no command"},
+    };
+    for (auto const& step : steps)
+        run(step);
+    // A link where the domain's file belongs: the write fails and says so.
     ASSERT_EQ(::symlink("/nonexistent", (dir / "user/com.velmora.link.plist").c_str()), 0);
-    RunSteps(dir, {{{"write", "com.velmora.link", "k", "v"},
-                    1,
-                    "",
-                    "could not write domain com.velmora.link (current user, any host)"}});
+    run({{"write", "com.velmora.link", "k", "v"},
+         1,
+         "",
+         "could not write domain com.velmora.link (current user, any host)"});
 }
-
-#endif
 
 } // namespace
+
+#endif

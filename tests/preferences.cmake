@@ -1,14 +1,11 @@
-# The preference store's tests: a child process that writes a domain in a loop, the
-# velmora-defaults tool, and libplist to read the files independently of the store.
-find_package(PkgConfig REQUIRED)
-pkg_check_modules(VELMORA_TEST_PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
-
+# The preference store's and Util::ConfigFile's tests: a second process that writes a domain in
+# a loop or reads it through ConfigFile, and the velmora-defaults tool; plistutil reads the files
+# independently of the store.
 add_executable(velmora_prefs_helper ${CMAKE_CURRENT_LIST_DIR}/prefs_helper.cpp)
 target_link_libraries(velmora_prefs_helper PRIVATE velmora_base)
 velmora_warnings(velmora_prefs_helper)
 
 add_dependencies(velmora_tests velmora_prefs_helper)
-target_link_libraries(velmora_tests PRIVATE PkgConfig::VELMORA_TEST_PLIST)
 target_compile_definitions(velmora_tests PRIVATE
     VELMORA_PREFS_HELPER="$<TARGET_FILE:velmora_prefs_helper>")
 if(TARGET velmora-defaults)
