@@ -11,13 +11,12 @@
 namespace {
 
 // Reflected CRC-16 with polynomial 0xA001, one bit at a time: no tables involved.
-std::uint16_t referenceCrc(unsigned char const* p, std::size_t n) {
+std::uint16_t referenceCrc(char const* p, std::size_t n) {
     std::uint16_t crc = 0;
     for (std::size_t i = 0; i < n; ++i) {
-        crc ^= p[i];
+        crc ^= static_cast<unsigned char>(p[i]);
         for (int bit = 0; bit < 8; ++bit)
-            crc = (crc & 1u) ? static_cast<std::uint16_t>((crc >> 1) ^ 0xA001u)
-                             : static_cast<std::uint16_t>(crc >> 1);
+            crc = static_cast<std::uint16_t>((crc & 1u) ? (crc >> 1) ^ 0xA001u : crc >> 1);
     }
     return crc;
 }
@@ -37,47 +36,33 @@ std::vector<char> randomBytes(std::size_t n, std::uint32_t seed) {
     return bytes;
 }
 
-TEST(CRC16, CheckValueOfTheDigits) {
+TEST(CRC16, CheckValueAndEmptyBlock) {
     EXPECT_EQ(Util::CRC16("123456789", 9), 0xBB3D);
     EXPECT_EQ(foldEachByte("123456789", 9), 0xBB3D);
+    EXPECT_EQ(Util::CRC16(nullptr, 0), 0); // a null pointer is not read
 }
 
-TEST(CRC16, EmptyBlockIsZeroAndReadsNothing) {
-    EXPECT_EQ(Util::CRC16(nullptr, 0), 0);
-    EXPECT_EQ(Util::CRC16("x", 0), 0);
-}
-
+// The stated single-bit entries (from which the whole table is built) and 0xFF, then every
+// byte in both forms against the reference.
 TEST(CRC16, SingleBytes) {
     struct Row {
         unsigned char byte;
         unsigned short crc;
-    };
-    // The single-bit entries from which the whole table is built, plus 0 and 0xFF.
-    Row const rows[] = {{0x00, 0x0000}, {0x01, 0xC0C1}, {0x02, 0xC181}, {0x04, 0xC301},
-                        {0x08, 0xC601}, {0x10, 0xCC01}, {0x20, 0xD801}, {0x40, 0xF001},
-                        {0x80, 0xA001}, {0xFF, 0x4040}};
-    for (Row const& row : rows) {
-        SCOPED_TRACE("byte 0x" + std::to_string(row.byte));
-        char const c = static_cast<char>(row.byte);
-        EXPECT_EQ(Util::CRC16(&c, 1), row.crc);
-        unsigned short crc = 0;
-        Util::CRC16(crc, c);
-        EXPECT_EQ(crc, row.crc);
+    } const rows[] = {{0x01, 0xC0C1}, {0x02, 0xC181}, {0x04, 0xC301},
+                      {0x08, 0xC601}, {0x10, 0xCC01}, {0x20, 0xD801},
+                      {0x40, 0xF001}, {0x80, 0xA001}, {0xFF, 0x4040}};
+    for (Row const& row : rows)
+        EXPECT_EQ(foldEachByte(reinterpret_cast<char const*>(&row.byte), 1), row.crc)
+            << "byte " << int(row.byte);
+    for (int i = 0; i < 256; ++i) {
+        char const c = static_cast<char>(i);
+        EXPECT_EQ(foldEachByte(&c, 1), referenceCrc(&c, 1)) << "byte " << i;
+        EXPECT_EQ(Util::CRC16(&c, 1), referenceCrc(&c, 1)) << "byte " << i;
     }
 }
 
-TEST(CRC16, EveryTableEntryMatchesTheBitwiseReference) {
-    for (unsigned i = 0; i < 256; ++i) {
-        SCOPED_TRACE("byte " + std::to_string(i));
-        unsigned char const u = static_cast<unsigned char>(i);
-        char const c = static_cast<char>(u);
-        unsigned short crc = 0;
-        Util::CRC16(crc, c);
-        EXPECT_EQ(crc, referenceCrc(&u, 1));
-        EXPECT_EQ(Util::CRC16(&c, 1), crc);
-    }
-}
-
+// Short blocks take the table loop, longer ones the folding path where the processor has it;
+// every length up to 1024 at 16 alignments crosses each boundary of both.
 TEST(CRC16, BlocksOfEveryLengthAndAlignmentEqualTheByteFold) {
     std::vector<char> const pool = randomBytes(1024 + 16, 7);
     for (std::size_t align = 0; align < 16; ++align)
@@ -86,28 +71,16 @@ TEST(CRC16, BlocksOfEveryLengthAndAlignmentEqualTheByteFold) {
             unsigned short const expected = foldEachByte(p, len);
             ASSERT_EQ(Util::CRC16(p, static_cast<unsigned int>(len)), expected)
                 << "length " << len << ", alignment " << align;
-            ASSERT_EQ(expected, referenceCrc(reinterpret_cast<unsigned char const*>(p), len))
+            ASSERT_EQ(expected, referenceCrc(p, len))
                 << "length " << len << ", alignment " << align;
         }
 }
 
 TEST(CRC16, LargeBlocksMatchTheReference) {
-    for (std::size_t len : {4096u, 65536u + 13u, (1u << 20) + 255u}) {
-        SCOPED_TRACE("length " + std::to_string(len));
+    for (std::size_t len : {65536u + 13u, (1u << 20) + 255u}) {
         std::vector<char> const bytes = randomBytes(len, static_cast<std::uint32_t>(len));
         EXPECT_EQ(Util::CRC16(bytes.data(), static_cast<unsigned int>(len)),
-                  referenceCrc(reinterpret_cast<unsigned char const*>(bytes.data()), len));
-    }
-}
-
-TEST(CRC16, AppendingTheChecksumGivesZero) {
-    // With no final XOR, a message followed by its CRC (low byte first) checks to 0.
-    for (std::size_t len : {1u, 17u, 300u, 5000u}) {
-        std::vector<char> bytes = randomBytes(len, 99);
-        unsigned short const crc = Util::CRC16(bytes.data(), static_cast<unsigned int>(len));
-        bytes.push_back(static_cast<char>(crc & 0xFF));
-        bytes.push_back(static_cast<char>(crc >> 8));
-        EXPECT_EQ(Util::CRC16(bytes.data(), static_cast<unsigned int>(bytes.size())), 0)
+                  referenceCrc(bytes.data(), len))
             << "length " << len;
     }
 }

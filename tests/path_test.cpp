@@ -9,6 +9,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <optional>
 #include <string>
 
 namespace {
@@ -16,200 +18,148 @@ namespace {
 std::string str(String const& s) {
     return s.Latin1();
 }
-std::string lower(std::string const& s) {
-    return str(String(s.c_str()).ToLower());
+
+void setHome(char const* home) {
+    home == nullptr ? ::unsetenv("HOME") : ::setenv("HOME", home, 1);
 }
 
 // Each test runs in a fresh current folder; HOME is set per row and restored afterwards.
 class PathTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        char const* home = std::getenv("HOME");
-        m_hadHome = home != nullptr;
-        m_oldHome = m_hadHome ? home : "";
-        m_oldCwd = cwd();
         ASSERT_EQ(::chdir(m_dir.Path().c_str()), 0);
-        m_cwd = cwd();
+        m_cwd = std::filesystem::current_path().string();
     }
     void TearDown() override {
-        EXPECT_EQ(::chdir(m_oldCwd.c_str()), 0);
-        setHome(m_hadHome ? m_oldHome.c_str() : nullptr);
+        std::filesystem::current_path(m_oldCwd);
+        setHome(m_oldHome ? m_oldHome->c_str() : nullptr);
     }
-    static std::string cwd() {
-        char buf[4096];
-        return ::getcwd(buf, sizeof buf) != nullptr ? buf : "";
-    }
-    static void setHome(char const* home) {
-        home == nullptr ? ::unsetenv("HOME") : ::setenv("HOME", home, 1);
-    }
-    // "{cwd}" at the start of an expectation stands for the current folder.
-    std::string expand(std::string const& s) const {
-        return s.compare(0, 5, "{cwd}") == 0 ? m_cwd + s.substr(5) : s;
+    // "{cwd}" in an expectation stands for the current folder.
+    std::string expand(std::string s) const {
+        for (std::size_t at; (at = s.find("{cwd}")) != std::string::npos;)
+            s.replace(at, 5, m_cwd);
+        return s;
     }
 
     velmora_test::TempDir m_dir;
-    std::string m_cwd, m_oldCwd, m_oldHome;
-    bool m_hadHome = false;
+    std::string m_cwd;
+    std::filesystem::path const m_oldCwd = std::filesystem::current_path();
+    std::optional<std::string> const m_oldHome =
+        std::getenv("HOME") ? std::optional<std::string>(std::getenv("HOME")) : std::nullopt;
 };
 
-TEST_F(PathTest, ConstructionSimplifiesAndResolves) {
-    struct Row {
-        char const *home, *in, *folder, *file; // home nullptr: unset; folder, file: GetInternal
-    } const rows[] = {
-        {"/h", "  /a/b  ", "/a/b/", "/a/b"},
-        {"/h", "", "", ""},
-        {"/h", " \t\xA0 ", "", ""},
-        {"/h", "/My  \t Songs", "/My Songs/", "/My Songs"},
-        {"/h", "/a//b\\", "/a//b\\", "/a//b\\"}, // stored uncleaned
-        {nullptr, "~", "/", "/"},
-        {nullptr, "~/x", "/x/", "/x"},
-        {"", "~/x", "/x/", "/x"},
-        {"/Users/u", "~/x", "/Users/u/x/", "/Users/u/x"},
-        {"/Users/u", "~\\x", "/Users/u/x/", "/Users/u/x"},
-        {"/Users/u", "~x", "{cwd}/~x/", "{cwd}/~x"},
-        {"/Users/u", "../a", "{cwd}/../a/", "{cwd}/../a"},
-        {"/Users/u", "C:/x", "{cwd}/C:/x/", "{cwd}/C:/x"},
-        {"/Users/u", "\\x", "\\x/", "\\x"},
+// Construction simplifies white space and resolves "~" and relative paths but cleans nothing;
+// a folder gets a "/" unless its text already ends in a separator. The system forms are
+// cleaned and keep the case; ToString() is the same text in lower case. Each row reads
+// "file internal|folder internal|file system form|folder system form".
+TEST_F(PathTest, ConstructionAndCleaning) {
+    char const* const rows[][3] = {
+        // HOME (nullptr: unset), the text, the forms
+        {"/h", "  /My  \t Songs ", "/My Songs|/My Songs/|/My Songs|/My Songs/"},
+        {"/h", " \t\xA0 ", "|||/"},
+        {nullptr, "~", "/|/||/"},
+        {"/U/u", "~/x", "/U/u/x|/U/u/x/|/U/u/x|/U/u/x/"},
+        {"/U/u", "~\\x", "/U/u/x|/U/u/x/|/U/u/x|/U/u/x/"},
+        {"/U/u", "~x", "{cwd}/~x|{cwd}/~x/|{cwd}/~x|{cwd}/~x/"},
+        {"/U/u", "\\x", "\\x|\\x/|/x|/x/"},
+        {"/h", "C:\\Dir\\", "{cwd}/C:\\Dir\\|{cwd}/C:\\Dir\\|{cwd}/C:/Dir|{cwd}/C:/Dir/"},
+        {"/h", "/A\\b//C/", "/A\\b//C/|/A\\b//C/|/A/b/C|/A/b/C/"},
+        {"/h", "//Srv//share/", "//Srv//share/|//Srv//share/|//Srv/share|//Srv/share/"},
+        {"/h", "///x", "///x|///x/|///x|///x/"},
+        {"/h", "/a/b/../../c", "/a/b/../../c|/a/b/../../c/|/a/../c|/a/../c/"}, // skips after ".."
+        {"/h", "/a/b/../c/../d", "/a/b/../c/../d|/a/b/../c/../d/|/a/d|/a/d/"},
+        {"/h", "/../a", "/../a|/../a/|a|a/"},
+        {"/h", "/..", "/..|/../||/"},
+        {"/h", "/a/..", "/a/..|/a/../||/"},
+        {"/h", "/a/./b", "/a/./b|/a/./b/|/a/./b|/a/./b/"},
+        {"/h", "a/b", "{cwd}/a/b|{cwd}/a/b/|{cwd}/a/b|{cwd}/a/b/"},
     };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(std::string("\"") + row.in + "\", HOME " + (row.home ? row.home : "unset"));
-        setHome(row.home);
-        EXPECT_EQ(str(FolderPath(row.in).GetInternal()), expand(row.folder));
-        EXPECT_EQ(str(FilePath(row.in).GetInternal()), expand(row.file));
-        EXPECT_EQ(FilePath(row.in).IsEmpty(), *row.file == '\0');
+    for (auto const& [home, in, forms] : rows) {
+        SCOPED_TRACE(std::string("\"") + in + "\", HOME " + (home ? home : "unset"));
+        setHome(home);
+        FilePath const file(in);
+        FolderPath const folder(in);
+        EXPECT_EQ(str(file.GetInternal()) + "|" + str(folder.GetInternal()) + "|" +
+                      str(file.ToSystemString()) + "|" + str(folder.ToSystemString()),
+                  expand(forms));
+        EXPECT_EQ(str(file.ToString()), str(file.ToSystemString().ToLower()));
+        EXPECT_EQ(str(folder.ToString()), str(folder.ToSystemString().ToLower()));
+        EXPECT_EQ(file.IsEmpty(), *forms == '|');
     }
     for (char const* in : {"", "/x", "\\x"})
         EXPECT_FALSE(FolderPath::IsRelative(in) || FilePath::IsRelative(in)) << in;
     for (char const* in : {"x", "~/x", "C:/x"})
         EXPECT_TRUE(FolderPath::IsRelative(in) && FilePath::IsRelative(in)) << in;
-}
 
-TEST_F(PathTest, WithoutAReadableCurrentFolderRelativePathsStartAtTheRoot) {
-    std::string const level(200, 'd'); // six levels pass the 1024-byte buffer
+    // Without a readable current folder relative paths start at the root: six levels of 200
+    // bytes pass the 1024-byte buffer.
+    std::string const level(200, 'd');
     for (int i = 0; i < 6; ++i)
         ASSERT_TRUE(::mkdir(level.c_str(), 0755) == 0 && ::chdir(level.c_str()) == 0);
     EXPECT_EQ(str(FilePath("a").GetInternal()), "/a");
 }
 
-// The system forms keep the case; ToString() is the same text in lower case.
-TEST_F(PathTest, CleanedAndCanonicalForms) {
-    struct Row {
-        char const *in, *file, *folder; // FilePath and FolderPath ToSystemString
-    } const rows[] = {
-        {"/A\\b//C/", "/A/b/C", "/A/b/C/"},
-        {"//Srv//share/", "//Srv/share", "//Srv/share/"},
-        {"///x", "///x", "///x/"},
-        {"/", "", "/"},
-        {"/a/B/..", "/a", "/a/"},
-        {"/a/b/../../c", "/a/../c", "/a/../c/"}, // the walk skips the component after ".."
-        {"/a/b/../c/../d", "/a/d", "/a/d/"},
-        {"/../a", "a", "a/"},
-        {"/..", "", "/"},
-        {"/a/..", "", "/"},
-        {"/a/./b", "/a/./b", "/a/./b/"},
-        {"C:\\Dir\\", "{cwd}/C:/Dir", "{cwd}/C:/Dir/"},
+// A file's name, extension, base name and folder; a folder's name and parent, "" and the
+// empty path when it is top-level. The parent re-resolves relative text from the current folder.
+TEST_F(PathTest, Decomposition) {
+    char const* const rows[][4] = {
+        // HOME, the text, "name|extension|base name|GetFolder()", "name|GetParent()"
+        {"/h", "/a/B.Txt", "B.Txt|Txt|B|/a/", "B.Txt|/a/"},
+        {"/h", "/a/archive.tar.gz", "archive.tar.gz|gz|archive.tar|/a/", "archive.tar.gz|/a/"},
+        {"/h", "/a/.profile", ".profile|profile||/a/", ".profile|/a/"},
+        {"/h", "/x.d/noext", "noext||noext|/x.d/", "noext|/x.d/"},
+        {"/h", "/A\\b.c\\", "b.c|c|b|/A/", "b.c|/A/"},
+        {"/h", "/a/b/../c", "c||c|/a/b/../", "c|/a/b/../"}, // not cleaned
+        {"/h", "/a", "a||a|/", "a|/"},
+        {"/h", "/", "|||/", "|"},
+        {"/h", "", "|||{cwd}/./", "|"},
+        {"/h", "/a/..", "..||.|/a/", "|"},
+        {".", "~", ".|||{cwd}/./", "|"},                // no separator left: "."; "./" is top-level
+        {"ab", "~/c", "c||c|{cwd}/ab/", "c|{cwd}/ab/"}, // HOME injects relative text
+        {"C:", "~/x", "x||x|{cwd}/C:/", "x|{cwd}/C:/"}, // the drive keeps its "/"
+        {"C:", "~", "|||{cwd}/C:/", "|{cwd}/"},         // "C:/": the drive alone names nothing
+        {"C:x", "~", "x||x|{cwd}/C:/", "x|{cwd}/"},     // "C:x/": the drive prefix is dropped
     };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(row.in);
-        EXPECT_EQ(str(FilePath(row.in).ToSystemString()), expand(row.file));
-        EXPECT_EQ(str(FilePath(row.in).ToString()), lower(expand(row.file)));
-        EXPECT_EQ(str(FolderPath(row.in).ToSystemString()), expand(row.folder));
-        EXPECT_EQ(str(FolderPath(row.in).ToString()), lower(expand(row.folder)));
-    }
-    EXPECT_EQ(str(FolderPath().ToString()), "/");
-}
-
-TEST_F(PathTest, FileDecomposition) {
-    struct Row {
-        char const *home, *in, *name, *ext, *base, *folder; // folder: GetFolder().GetInternal()
-    } const rows[] = {
-        {"/h", "/a/B.Txt", "B.Txt", "Txt", "B", "/a/"},
-        {"/h", "/a/archive.tar.gz", "archive.tar.gz", "gz", "archive.tar", "/a/"},
-        {"/h", "/a/.profile", ".profile", "profile", "", "/a/"},
-        {"/h", "/x.d/noext", "noext", "", "noext", "/x.d/"},
-        {"/h", "/a/b/", "b", "", "b", "/a/"},
-        {"/h", "/a\\b.c", "b.c", "c", "b", "/a/"},
-        {"/h", "/a", "a", "", "a", "/"},
-        {"/h", "/", "", "", "", "/"},
-        {"ab", "~/c", "c", "", "c", "{cwd}/ab/"}, // HOME injects relative text
-        {"x", "~", "x", "", "x", "{cwd}/./"},     // no separator left: "."
-        {"C:", "~/x", "x", "", "x", "{cwd}/C:/"}, // "C:/x": the drive keeps its "/"
-        {"C:", "~", "", "", "", "{cwd}/C:/"},     // "C:/": the drive alone names nothing
-        {"C:x", "~", "x", "", "x", "{cwd}/C:/"},  // "C:x/": the drive prefix is dropped
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(std::string("HOME ") + row.home + ", " + row.in);
-        setHome(row.home);
-        FilePath const p(row.in);
-        EXPECT_EQ(str(p.GetFilename()), row.name);
-        EXPECT_EQ(str(p.GetExtension()), row.ext);
-        EXPECT_EQ(str(p.GetBaseName()), row.base);
-        EXPECT_EQ(str(p.GetFolder().GetInternal()), expand(row.folder));
+    for (auto const& [home, in, fileParts, folderParts] : rows) {
+        SCOPED_TRACE(std::string("HOME ") + home + ", " + in);
+        setHome(home);
+        FilePath const p(in);
+        FolderPath const f(in);
+        EXPECT_EQ(str(p.GetFilename()) + "|" + str(p.GetExtension()) + "|" + str(p.GetBaseName()) +
+                      "|" + str(p.GetFolder().GetInternal()),
+                  expand(fileParts));
+        EXPECT_EQ(str(f.GetFolderName()) + "|" + str(f.GetParent().GetInternal()),
+                  expand(folderParts));
+        EXPECT_EQ(f.IsTopLevel(), std::string(folderParts) == "|");
     }
 }
 
-TEST_F(PathTest, FolderOperations) {
-    struct Row {
-        char const *home, *in;
-        bool topLevel;
-        char const *name, *parent; // parent: GetParent().GetInternal()
-    } const rows[] = {
-        {"/h", "", true, "", ""},
-        {"/h", "/", true, "", ""},
-        {"/h", "//", true, "", ""},
-        {"/h", "/a/..", true, "", ""},
-        {".", "~", true, "", ""}, // "./" counts as top-level
-        {"/h", "/a", false, "a", "/"},
-        {"/h", "/a/b", false, "b", "/a/"},
-        {"/h", "/A/B\\", false, "B", "/A/"},
-        {"/h", "/a/b/../c", false, "c", "/a/b/../"},
+// Case, separator style, doubled and trailing separators and "name/.." pairs are ignored;
+// order is that of the lower-case text.
+TEST_F(PathTest, Comparison) {
+    char const* const rows[][3] = {
+        {"/Users/A//x\\", "\\users\\a/x/", "== <="},
+        {"/x/../Y", "/y", "== <="},
+        {"/a", "/B", "< <="},
+        {"/b", "/A", ""},
+        {"/a", "/a/b", "< <="},
     };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(std::string("HOME ") + row.home + ", " + row.in);
-        setHome(row.home);
-        FolderPath const p(row.in);
-        EXPECT_EQ(p.IsTopLevel(), row.topLevel);
-        EXPECT_EQ(str(p.GetFolderName()), row.name);
-        EXPECT_EQ(str(p.GetParent().GetInternal()), row.parent);
-    }
-    EXPECT_EQ(str((FolderPath("/a") + "x.txt").GetInternal()), "/a/x.txt");
-    EXPECT_EQ(str((FolderPath("/a\\") + "x").GetInternal()), "/a\\x");
-}
-
-TEST_F(PathTest, ComparisonIgnoresCaseSeparatorsAndTrailingSlashes) {
-    struct Row {
-        char const *a, *b;
-        bool equal, less;
-    } const rows[] = {
-        {"/Users/A/", "/users/a", true, false},
-        {"/a//b", "/a/b/", true, false},
-        {"\\a\\b", "/a/b", true, false},
-        {"/x/../y", "/y", true, false},
-        {"/a b", "/a \t b", true, false},
-        {"/a", "/b", false, true},
-        {"/B", "/a", false, false},
-        {"/a", "/a/b", false, true},
+    auto const relations = [](auto const& a, auto const& b) {
+        return std::string(a == b ? "== " : "") + (a < b ? "< " : "") + (a <= b ? "<=" : "");
     };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(std::string(row.a) + " vs " + row.b);
-        FolderPath const fa(row.a), fb(row.b);
-        FilePath const pa(row.a), pb(row.b);
-        EXPECT_EQ(fa == fb, row.equal);
-        EXPECT_EQ(fa < fb, row.less);
-        EXPECT_EQ(fa <= fb, row.equal || row.less);
-        EXPECT_EQ(pa == pb, row.equal);
-        EXPECT_EQ(pa < pb, row.less);
-        EXPECT_EQ(pa <= pb, row.equal || row.less);
+    for (auto const& [a, b, expected] : rows) {
+        SCOPED_TRACE(std::string(a) + " vs " + b);
+        EXPECT_EQ(relations(FolderPath(a), FolderPath(b)), expected);
+        EXPECT_EQ(relations(FilePath(a), FilePath(b)), expected);
     }
 }
 
 TEST_F(PathTest, AFileInAFolderLeadsBackToIt) {
-    for (char const* in : {"/", "/a", "/a/b/", "/A//b\\c", "rel/x", "/a/./b"}) {
-        SCOPED_TRACE(in);
+    for (char const* in : {"/", "/a", "/a/b/", "/A//b\\", "rel/x", "/a/./b"}) {
         FolderPath const folder(in);
-        EXPECT_EQ(str((folder + "x.y").GetFilename()), "x.y");
-        EXPECT_TRUE((folder + "x.y").GetFolder() == folder);
-        EXPECT_TRUE(FolderPath(folder.GetInternal() + "x").GetParent() == folder);
+        EXPECT_EQ(str((folder + "x.y").GetInternal()), str(folder.GetInternal()) + "x.y") << in;
+        EXPECT_TRUE((folder + "x.y").GetFolder() == folder) << in;
+        EXPECT_TRUE(FolderPath(folder.GetInternal() + "x").GetParent() == folder) << in;
     }
 }
 

@@ -11,60 +11,38 @@
 
 namespace {
 
-class TickCount : public ::testing::Test {
-protected:
-    void TearDown() override { VelmoraSetCurrentEventTimeForTesting(-1.0); }
-};
+unsigned int tickAt(double seconds) {
+    VelmoraSetCurrentEventTimeForTesting(seconds);
+    return Util::GetTickCountMillis();
+}
 
-TEST_F(TickCount, RoundsHalfUpToTheMillisecond) {
-    struct Row {
-        double seconds;
-        unsigned int ms;
-    };
-    Row const rows[] = {
-        {0.0, 0},
-        {0.0004, 0},
-        {0.0005, 1},
-        {1.0004, 1000},
-        {1.0005, 1001},
-        {2147483.647, 0x7FFFFFFFu},
-        {2147483.648, 0x80000000u}, // the upper half of the unsigned range is used
-        {4294967.295, 0xFFFFFFFFu},
-        {4294967.296, 0u}, // wraps like any 32-bit tick
-        {4294967.3, 4u},
-    };
-    for (Row const& row : rows) {
-        VelmoraSetCurrentEventTimeForTesting(row.seconds);
-        EXPECT_EQ(Util::GetTickCountMillis(), row.ms) << row.seconds << " s";
+// Half a millisecond rounds up; the upper half of the unsigned range is used, then the count
+// wraps (modulo 2^32, not clamped) like any 32-bit tick. The measurement hooks do nothing.
+TEST(TickCount, RoundsHalfUpToTheMillisecondAndWraps) {
+    EXPECT_EQ(tickAt(1.0004), 1000u);
+    EXPECT_EQ(tickAt(1.0005), 1001u);
+    EXPECT_EQ(tickAt(2147483.648), 0x80000000u);
+    EXPECT_EQ(tickAt(4294967.295), 0xFFFFFFFFu);
+    EXPECT_EQ(tickAt(4294967.3), 4u);
+    tickAt(12.345);
+    for (bool enabled : {true, false}) {
+        Util::TimeMeasureStart(enabled);
+        Util::TimeMeasureEnd(enabled);
     }
-}
-
-TEST_F(TickCount, FollowsTheEventClock) {
-    unsigned int const before =
-        static_cast<unsigned int>(std::floor(GetCurrentEventTime() * 1000.0));
-    unsigned int const tick = Util::GetTickCountMillis();
-    unsigned int const after = static_cast<unsigned int>(std::ceil(GetCurrentEventTime() * 1000.0));
-    EXPECT_LE(before, tick);
-    EXPECT_LE(tick, after);
-}
-
-TEST_F(TickCount, MeasurementHooksDoNothing) {
-    VelmoraSetCurrentEventTimeForTesting(12.345);
-    Util::TimeMeasureStart(true);
-    Util::TimeMeasureEnd(true);
-    Util::TimeMeasureStart(false);
-    Util::TimeMeasureEnd(false);
-    EXPECT_EQ(GetCurrentEventTime(), 12.345);
     EXPECT_EQ(Util::GetTickCountMillis(), 12345u);
+    VelmoraSetCurrentEventTimeForTesting(-1.0); // back to the real clock
 }
 
-TEST(TimeSeconds, IsTheCalendarTime) {
-    std::time_t const before = std::time(nullptr);
+TEST(TickCount, FollowsTheEventClockAndTheCalendar) {
+    auto const before = static_cast<unsigned int>(std::floor(GetCurrentEventTime() * 1000.0));
+    unsigned int const tick = Util::GetTickCountMillis();
+    auto const after = static_cast<unsigned int>(std::ceil(GetCurrentEventTime() * 1000.0));
+    EXPECT_TRUE(before <= tick && tick <= after) << before << " <= " << tick << " <= " << after;
+
+    auto const start = static_cast<unsigned int>(std::time(nullptr));
     unsigned int const seconds = Util::GetTimeSeconds();
-    std::time_t const after = std::time(nullptr);
-    EXPECT_LE(static_cast<unsigned int>(before), seconds);
-    EXPECT_LE(seconds, static_cast<unsigned int>(after));
-    EXPECT_GT(seconds, 946684800u); // after 2000-01-01
+    auto const end = static_cast<unsigned int>(std::time(nullptr));
+    EXPECT_TRUE(start <= seconds && seconds <= end && seconds > 946684800u) << seconds;
 }
 
 } // namespace
