@@ -1,11 +1,11 @@
 #include "test_support.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -38,31 +38,26 @@ TempDir::~TempDir() {
 }
 
 RunResult Run(std::vector<std::string> const& argv, std::vector<std::string> const& env) {
-    int outPipe[2];
-    int errPipe[2];
-    if (::pipe(outPipe) != 0 || ::pipe(errPipe) != 0)
-        throw std::runtime_error("pipe failed");
-
+    // Output goes to files, so a chatty child can never block on a full pipe.
+    TempDir const capture;
+    std::string const outPath = capture / "out";
+    std::string const errPath = capture / "err";
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, outPipe[1], 1);
-    posix_spawn_file_actions_adddup2(&actions, errPipe[1], 2);
-    posix_spawn_file_actions_addclose(&actions, outPipe[0]);
-    posix_spawn_file_actions_addclose(&actions, errPipe[0]);
+    posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT, 0600);
+    posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT, 0600);
 
-    std::vector<std::string> environment;
+    // The child gets this environment with the given "NAME=value" entries replacing their
+    // namesakes.
+    std::vector<std::string> environment(env);
     for (char** e = environ; *e != nullptr; ++e) {
         std::string const entry = *e;
-        bool overridden = false;
-        for (auto const& extra : env)
-            if (entry.compare(0, extra.find('=') + 1, extra, 0, extra.find('=') + 1) == 0)
-                overridden = true;
-        if (!overridden)
+        std::string const name = entry.substr(0, entry.find('=') + 1);
+        if (std::none_of(env.begin(), env.end(),
+                         [&](std::string const& extra) { return extra.rfind(name, 0) == 0; }))
             environment.push_back(entry);
     }
-    environment.insert(environment.end(), env.begin(), env.end());
-
     std::vector<char*> args;
     for (auto const& a : argv)
         args.push_back(const_cast<char*>(a.c_str()));
@@ -72,42 +67,19 @@ RunResult Run(std::vector<std::string> const& argv, std::vector<std::string> con
         envp.push_back(const_cast<char*>(e.c_str()));
     envp.push_back(nullptr);
 
+    RunResult result;
     pid_t pid = 0;
     int const rc = ::posix_spawn(&pid, args[0], &actions, nullptr, args.data(), envp.data());
     posix_spawn_file_actions_destroy(&actions);
-    ::close(outPipe[1]);
-    ::close(errPipe[1]);
-    RunResult result;
     if (rc != 0) {
-        ::close(outPipe[0]);
-        ::close(errPipe[0]);
         result.err = std::string("spawn failed: ") + std::strerror(rc);
         return result;
-    }
-
-    pollfd fds[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
-    std::string* sinks[2] = {&result.out, &result.err};
-    int open = 2;
-    while (open > 0) {
-        if (::poll(fds, 2, -1) < 0)
-            break;
-        for (int i = 0; i < 2; ++i) {
-            if (fds[i].fd < 0 || fds[i].revents == 0)
-                continue;
-            char buffer[4096];
-            ssize_t const n = ::read(fds[i].fd, buffer, sizeof buffer);
-            if (n > 0) {
-                sinks[i]->append(buffer, static_cast<std::size_t>(n));
-            } else {
-                ::close(fds[i].fd);
-                fds[i].fd = -1;
-                --open;
-            }
-        }
     }
     int status = 0;
     ::waitpid(pid, &status, 0);
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.out = ReadFile(outPath);
+    result.err = ReadFile(errPath);
     return result;
 }
 
