@@ -203,6 +203,13 @@ TEST_F(Preferences, AKilledWriterLeavesAWholeFileWithEveryConfirmedKey) {
     }
 }
 
+std::string repeat(std::string const& text, int times) {
+    std::string out;
+    while (times-- > 0)
+        out += text;
+    return out;
+}
+
 TEST_F(Preferences, ABadFileIsSetAsideByteForByte) {
     Domain const d{CFSTR("com.velmora.bad")};
     std::string const path = d.File();
@@ -215,6 +222,9 @@ TEST_F(Preferences, ABadFileIsSetAsideByteForByte) {
         {"truncated binary", good.substr(0, good.size() / 2)},
         {"truncated XML", xml.substr(0, xml.size() / 2)},
         {"array root", "<plist><array><string>k</string></array></plist>"},
+        // Deeper than the store accepts, so a parser that recurses cannot be driven too far.
+        {"nested 300 deep", "<plist><dict><key>k</key>" + repeat("<array>", 300) +
+                                repeat("</array>", 300) + "</dict></plist>"},
     };
     for (auto const& [name, bytes] : rows) {
         fs::remove_all(fs::path(path).parent_path());
