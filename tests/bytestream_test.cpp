@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <random>
@@ -20,36 +19,27 @@ using Util::DataStream;
 // The bytes as hex, a blank between bytes.
 std::string hex(ByteStream const& s) {
     std::string text;
-    char byte[4];
-    for (unsigned int i = 0; i < s.GetSize(); ++i) {
-        std::snprintf(byte, sizeof byte, i == 0 ? "%02X" : " %02X", s.GetBuffer()[i]);
-        text += byte;
-    }
+    for (unsigned int i = 0; i < s.GetSize(); ++i)
+        text += std::string(i == 0 ? "" : " ") + "0123456789ABCDEF"[s.GetBuffer()[i] >> 4] +
+                "0123456789ABCDEF"[s.GetBuffer()[i] & 15];
     return text;
 }
 
 // A new stream is ENDIAN_UNKNOWN (host order, as is any unknown value) and writes string
 // lengths. long is written as its low 32 bits.
-TEST(ByteStream, ByteImagesInEachByteOrder) {
-    double doubleBits;
-    unsigned long long const b = 0x0102030405060708ULL;
-    std::memcpy(&doubleBits, &b, sizeof b);
+TEST(ByteStream, ByteImagesShortReadsStringsVectorsSkipAndAtEnd) {
     using S = DataStream&;
-    using SChar = signed char;
-    using UChar = unsigned char;
-    using UShort = unsigned short;
-    struct Image {
-        std::function<void(DataStream&)> write;
-        char const *little, *big;
-    } const images[] = {
-        {[](S s) { s << true << false << 'A' << SChar(-2) << UChar(0x9C); }, "01 00 41 FE 9C",
-         "01 00 41 FE 9C"},
-        {[](S s) { s << short(-2) << UShort(0x1234); }, "FE FF 34 12", "FF FE 12 34"},
+    // The write, then the bytes in little-endian and in big-endian order.
+    std::tuple<void (*)(S), char const*, char const*> const images[] = {
+        {[](S s) { s << true << false << 'A' << (signed char)-2 << (unsigned char)0x9C; },
+         "01 00 41 FE 9C", "01 00 41 FE 9C"},
+        {[](S s) { s << short(-2) << (unsigned short)0x1234; }, "FE FF 34 12", "FF FE 12 34"},
         {[](S s) { s << 0x12345678 << 0x89ABCDEFu; }, "78 56 34 12 EF CD AB 89",
          "12 34 56 78 89 AB CD EF"},
         {[](S s) { s << -2L << static_cast<long>(0x7123456789LL) << 0xFFFFFFFEul; },
          "FE FF FF FF 89 67 45 23 FE FF FF FF", "FF FF FF FE 23 45 67 89 FF FF FF FE"},
-        {[&](S s) { s << 1.0f << doubleBits; }, "00 00 80 3F 08 07 06 05 04 03 02 01",
+        // The double has the bits 0x0102030405060708.
+        {[](S s) { s << 1.0f << 0x1.2030405060708p-1007; }, "00 00 80 3F 08 07 06 05 04 03 02 01",
          "3F 80 00 00 01 02 03 04 05 06 07 08"},
         {[](S s) { s << String("abc") << String() << Bytes(2, 0xAB) << Bytes(); },
          "03 00 00 00 61 62 63 00 00 00 00 AB AB", "00 00 00 03 61 62 63 00 00 00 00 AB AB"},
@@ -58,26 +48,22 @@ TEST(ByteStream, ByteImagesInEachByteOrder) {
         {[](S s) { s.SetPosition(3), s << 0x01020304, s.SetPosition(4), s << short(0x0A0B); },
          "00 00 00 04 0B 0A 01", "00 00 00 01 0A 0B 04"},
     };
-    unsigned int const one = 1;
-    bool const host = *reinterpret_cast<unsigned char const*>(&one) == 1; // little-endian?
+    bool const host = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__; // the host is little-endian
     std::pair<DataStream::EndianType, bool> const orders[] = {{DataStream::ENDIAN_UNKNOWN, host},
                                                               {DataStream::ENDIAN_LITTLE, true},
                                                               {DataStream::ENDIAN_BIG, false},
                                                               {DataStream::NUM_ENDIANS, host}};
-    for (Image const& image : images) {
+    for (auto const& [write, littleImage, bigImage] : images)
         for (auto const& [type, little] : orders) {
             ByteStream s;
             if (type != DataStream::ENDIAN_UNKNOWN)
                 s.SetEndianType(type);
-            image.write(s);
-            EXPECT_EQ(hex(s), little ? image.little : image.big) << "endian type " << type;
+            write(s);
+            EXPECT_EQ(hex(s), little ? littleImage : bigImage) << "endian type " << type;
         }
-    }
-}
 
-// A short read throws and leaves position and target as they were, also for a buffer shorter
-// than the width and a position so far beyond the end that position + width wraps.
-TEST(ByteStream, ShortReadThrowsAndLeavesPositionAndTarget) {
+    // A short read throws and leaves position and target as they were, also for a buffer shorter
+    // than the width and a position so far beyond the end that position + width wraps.
     ByteStream s(Bytes{1, 2, 3, 4, 5, 6});
     s.SetPosition(3);
     int v = 77;
@@ -95,52 +81,40 @@ TEST(ByteStream, ShortReadThrowsAndLeavesPositionAndTarget) {
     two.SetPosition(0xFFFFFFFFu);
     EXPECT_THROW(two.ReadPrimitive(char()), Util::Exception::DataStreamIO);
     EXPECT_TRUE(ByteStream(Bytes{0x80}).ReadPrimitive(bool())); // any non-zero byte is true
-}
 
-// A string is emptied first and stays empty when its length is over 200000 or its bytes are
-// not all there, the position then just past the length word; a zero byte ends the text but
-// all its bytes are consumed.
-TEST(ByteStream, StringLengthCapShortTextAndEmbeddedZero) {
-    struct Row {
-        unsigned int length;
-        std::string bytes, text;
-        unsigned int position;
-    } const rows[] = {
+    // A string is emptied first and stays empty when its length is over 200000 or its bytes are
+    // not all there, the position then just past the length word; a zero byte ends the text but
+    // all its bytes are consumed.
+    std::tuple<unsigned int, std::string, std::string, unsigned int> const rows[] = {
         {200001, std::string(200001, 'x'), "", 4},
         {200000, std::string(200000, 'x'), std::string(200000, 'x'), 200004},
         {3, "ab", "", 4},
-        {5, std::string("ab\0cd", 5), "ab", 9},
-    };
-    for (Row const& row : rows) {
+        {5, std::string("ab\0cd", 5), "ab", 9}};
+    for (auto const& [length, bytes, expected, position] : rows) {
         ByteStream s;
-        s << row.length << Bytes(row.bytes.begin(), row.bytes.end());
+        s << length << Bytes(bytes.begin(), bytes.end());
         s.SetPosition(0);
         String text("old");
         s >> text;
-        EXPECT_TRUE(text == String(row.text.c_str())) << "length " << row.length;
-        EXPECT_EQ(s.GetPosition(), row.position) << "length " << row.length;
+        EXPECT_EQ(std::pair(std::string(text.Latin1()), s.GetPosition()),
+                  std::pair(expected, position));
     }
-}
 
-// A vector reads as many bytes as it holds; when fewer remain it is cleared, the position kept.
-// Skip moves the position unchecked; beyond the end AtEnd holds and GetRemaining wraps.
-TEST(ByteStream, VectorReadsSkipAndAtEnd) {
-    ByteStream s(Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13});
-    s.SetPosition(8);
+    // A vector reads as many bytes as it holds; when fewer remain it is cleared, the position kept.
+    // Skip moves the position unchecked; beyond the end AtEnd holds and GetRemaining wraps.
+    ByteStream t(Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13});
+    t.SetPosition(8);
     Bytes tooMany(8, 0xAA), rest(5);
-    s >> tooMany;
-    EXPECT_TRUE(tooMany.empty() && s.GetPosition() == 8u) << "cleared, position kept";
-    s >> rest;
-    EXPECT_EQ(rest, (Bytes{9, 10, 11, 12, 13}));
-    EXPECT_TRUE(s.AtEnd());
-    s.Skip(-5);
-    EXPECT_EQ(s.ReadPrimitive(char()), 9);
-    s.Skip(7);
-    EXPECT_TRUE(s.AtEnd());
-    EXPECT_EQ(s.GetRemaining(), 0xFFFFFFFDu); // wraps past the end
-    s.SetPosition(12);
-    EXPECT_FALSE(s.AtEnd());
-    EXPECT_EQ(s.GetRemaining(), 1u);
+    t >> tooMany;
+    EXPECT_TRUE(tooMany.empty() && t.GetPosition() == 8u) << "cleared, position kept";
+    t >> rest;
+    EXPECT_TRUE(rest == (Bytes{9, 10, 11, 12, 13}) && t.AtEnd());
+    t.Skip(-5);
+    EXPECT_EQ(t.ReadPrimitive(char()), 9);
+    t.Skip(7);
+    EXPECT_EQ(std::pair(t.AtEnd(), t.GetRemaining()), std::pair(true, 0xFFFFFFFDu)); // wraps
+    t.SetPosition(12);
+    EXPECT_EQ(std::pair(t.AtEnd(), t.GetRemaining()), std::pair(false, 1u));
 }
 
 using Check = std::function<bool(DataStream&, bool)>;
@@ -171,10 +145,7 @@ Check writeRandom(DataStream& out, std::mt19937_64& rng) {
         if constexpr (std::is_same_v<T, Bytes>)
             got.resize(v.size()); // the size asks for that many bytes
         if constexpr (std::is_arithmetic_v<T>) {
-            if (primitive)
-                got = in.ReadPrimitive(T());
-            else
-                in >> got;
+            primitive ? void(got = in.ReadPrimitive(T())) : void(in >> got);
             return std::memcmp(&got, &v, sizeof v) == 0;
         } else {
             in >> got;

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <functional>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -33,18 +34,15 @@ protected:
         WriteFile(m_dir / "f", "hello");
         File f(path("f"));
         f.Open(mode);
-        std::string r = std::to_string(f.Size().GetValue()) + " ";
+        std::string r = std::to_string(f.Size().GetValue()) + " W";
         char first = '-';
         try {
-            f.WriteBlock("XY", 2);
-            f.Flush();
-            r += "W";
+            f.WriteBlock("XY", 2), f.Flush();
         } catch (FileIO const&) {
-            r += "-";
+            r.back() = '-';
         }
         try {
-            f.At(0);
-            f.ReadBlock(&first, 1);
+            f.At(0), f.ReadBlock(&first, 1);
         } catch (FileIO const&) {
         }
         f.Close();
@@ -55,28 +53,18 @@ protected:
 
 // The effects tell the six stdio modes apart; text behaves as binary here.
 TEST_F(FileTest, ModeStringsByEffect) {
-    struct Row {
-        unsigned mode;
-        char const *modeString, *effect;
-    } const rows[] = {
-        {0, "rb", "5 -h hello"},
-        {File::Read, "rb", "5 -h hello"},
-        {File::Truncate, "rb", "5 -h hello"},
-        {File::Write, "wb", "0 W- XY"},
-        {File::Append, "ab", "5 W- helloXY"},
-        {File::Write | File::Append, "ab", "5 W- helloXY"},
-        {File::Read | File::Write, "r+b", "5 WX XYllo"},
-        {File::Read | File::Append, "a+b", "5 Wh helloXY"},
-        {File::Read | File::Write | File::Append, "a+b", "5 Wh helloXY"},
-        {File::Read | File::Write | File::Truncate, "w+b", "0 WX XY"},
-        {File::ReadWrite, "w+b", "0 WX XY"},
-        {File::ReadWrite | File::Append, "w+b", "0 WX XY"},
-        {File::Read | File::ReadWrite, "r+b", "5 WX XYllo"},
-        {File::Read | File::Text, "rt", "5 -h hello"},
-        {File::Read | File::Write | File::Text, "r+t", "5 WX XYllo"},
-    };
-    for (Row const& row : rows)
-        EXPECT_EQ(effect(row.mode), row.effect) << "mode " << row.mode << ", " << row.modeString;
+    // The effects, mode after mode, with the stdio mode string each stands for.
+    unsigned const r = File::Read, w = File::Write, a = File::Append, t = File::Truncate,
+                   rw = File::ReadWrite, x = File::Text;
+    std::string got;
+    for (unsigned mode : {0u, r, t, r | x, w, a, w | a, r | w, r | rw, r | w | x, r | a, r | w | a,
+                          r | w | t, rw, rw | a})
+        got += effect(mode) + "|";
+    EXPECT_EQ(got, "5 -h hello|5 -h hello|5 -h hello|5 -h hello|" // rb rb rb rt
+                   "0 W- XY|5 W- helloXY|5 W- helloXY|"           // wb ab ab
+                   "5 WX XYllo|5 WX XYllo|5 WX XYllo|"            // r+b r+b r+t
+                   "5 Wh helloXY|5 Wh helloXY|"                   // a+b a+b
+                   "0 WX XY|0 WX XY|0 WX XY|");                   // w+b w+b w+b
 }
 
 // Every throw site of the file module: the message, the category, the path and the stamp, and
@@ -89,13 +77,10 @@ TEST_F(FileTest, ThrowSites) {
     char buf[16];
     File f;
     using E = FileIO;
-    struct Row {
-        std::string name;  // under the temporary folder unless absolute
-        unsigned openMode; // 0: leave closed
-        std::function<void()> op;
-        char const* message;
-        FileIO::ErrorType type;
-    } const rows[] = {
+    // The name (under the temporary folder unless absolute), the open mode (0: leave closed),
+    // the operation, the message and the category.
+    std::tuple<std::string, unsigned, std::function<void()>, char const*,
+               FileIO::ErrorType> const rows[] = {
         {"missing", 0, [&] { f.Open(File::Read); }, "Error opening file", E::OPEN_ERROR},
         {"hello", 0, [&] { f.ReadBlock(buf, 7); }, "Attempt to read 7 bytes when not open",
          E::READ_ERROR},
@@ -119,26 +104,24 @@ TEST_F(FileTest, ThrowSites) {
          E::UNEXPECTED_ERROR},
         {"missing", 0, [&] { f.Remove(); }, "Remove failed", E::REMOVE_ERROR},
         {"from", 0, [&] { File::Rename(path("from"), path("to")); }, "Rename failed",
-         E::RENAME_ERROR},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(row.message);
-        std::string const full = row.name[0] == '/' ? row.name : m_dir / row.name;
+         E::RENAME_ERROR}};
+    for (auto const& [name, openMode, op, message, type] : rows) {
+        SCOPED_TRACE(message);
+        std::string const full = name[0] == '/' ? name : m_dir / name;
         f.SetPath(FilePath(full.c_str()));
-        if (row.openMode != 0)
-            f.Open(row.openMode);
+        if (openMode != 0)
+            f.Open(openMode);
         try {
-            row.op();
+            op();
             ADD_FAILURE() << "nothing was thrown";
         } catch (FileIO const& e) {
-            EXPECT_EQ(str(e.GetMessageText()), row.message);
-            EXPECT_EQ(e.GetErrorType(), row.type);
-            EXPECT_EQ(str(e.GetFilePath().GetInternal()), full); // a rename names its source
-            EXPECT_TRUE(str(e.GetFilename()) == "Util/File" && e.GetLineNumber() > 0 &&
-                        e.GetLastError() == 0)
-                << "stamped";
+            // A rename names its source; the stamp is the module's.
+            EXPECT_EQ(std::tuple(str(e.GetMessageText()), e.GetErrorType(),
+                                 str(e.GetFilePath().GetInternal()), str(e.GetFilename()),
+                                 e.GetLineNumber() > 0, e.GetLastError()),
+                      std::tuple(message, type, full, "Util/File", true, 0));
         }
-        EXPECT_EQ(f.IsOpen(), row.openMode != 0 && row.type != FileIO::CLOSE_ERROR);
+        EXPECT_EQ(f.IsOpen(), openMode != 0 && type != FileIO::CLOSE_ERROR);
     }
 }
 
@@ -147,13 +130,9 @@ TEST_F(FileTest, ThrowSites) {
 // 4 GiB (a sparse file costs no space). SetPath and the destructor close.
 TEST_F(FileTest, PositionsSizesAndClosing) {
     File f(path("f"));
-    std::vector<unsigned char> empty;
-    f.ReadBlock(static_cast<char*>(nullptr), 7);
-    f.WriteBlock("x", 0);
-    f.ReadBlock(empty);
-    f.WriteBlock(empty);
-    f.Close();
-    f.Flush();
+    std::vector<unsigned char> empty, v(3);
+    f.ReadBlock(static_cast<char*>(nullptr), 7), f.WriteBlock("x", 0), f.ReadBlock(empty);
+    f.WriteBlock(empty), f.Close(), f.Flush();
     EXPECT_FALSE(f.AtEnd() || f.At().IsSet() || f.Size().IsSet() || File().Size().IsSet());
     f.Open(File::Write);
     f.WriteBlock(std::vector<unsigned char>{'h', 'e', 'l', 'l', 'o'});
@@ -162,21 +141,16 @@ TEST_F(FileTest, PositionsSizesAndClosing) {
     EXPECT_EQ(f.Size().GetValue(), 5u);
     f.WriteBlock("!", 1);
     f.SetPath(path("f")); // drops the stream, which flushes as it goes
-    EXPECT_FALSE(f.IsOpen());
-    EXPECT_EQ(ReadFile(m_dir / "f"), "hello!");
+    EXPECT_TRUE(!f.IsOpen() && ReadFile(m_dir / "f") == "hello!");
     {
         File d(path("d"));
         d.Open(File::Write);
         d.WriteBlock("one", 3);
     } // the destructor closes, flushing
     EXPECT_EQ(ReadFile(m_dir / "d"), "one");
-    f.Open(File::Read);
-    std::vector<unsigned char> v(3);
-    f.At(1);
-    f.ReadBlock(v);
-    EXPECT_EQ(std::string(v.begin(), v.end()), "ell");
-    EXPECT_EQ(f.At().GetValue(), 4u);
-    EXPECT_FALSE(f.AtEnd());
+    f.Open(File::Read), f.At(1), f.ReadBlock(v);
+    EXPECT_EQ(std::tuple(std::string(v.begin(), v.end()), f.At().GetValue(), f.AtEnd()),
+              std::tuple("ell", 4u, false));
     EXPECT_THROW(f.ReadBlock(v), FileIO);
     EXPECT_TRUE(f.AtEnd());
     ASSERT_EQ(::truncate((m_dir / "f").c_str(), (off_t(1) << 32) + 5), 0);
@@ -199,14 +173,13 @@ TEST_F(FileTest, MixedCaseNameTimesPermissionsRenamingAndRemoval) {
     f.SetMode(0640);
     struct stat st;
     ASSERT_EQ(::stat((m_dir / "Track.WAV").c_str(), &st), 0);
-    EXPECT_EQ(st.st_mtim.tv_nsec, 0); // whole seconds
-    EXPECT_EQ(st.st_mode & 07777, 0640u);
+    // Whole seconds, and the mode as set.
+    EXPECT_EQ(std::pair(st.st_mtim.tv_nsec, st.st_mode & 07777), std::pair(0L, 0640u));
 
     File::Rename(path("Track.WAV"), path("Other.WAV"));
     File g(path("Other.WAV"));
-    g.Open(File::Read);
     char buf[4];
-    g.ReadBlock(buf, 4);
+    g.Open(File::Read), g.ReadBlock(buf, 4);
     EXPECT_EQ(std::string(buf, 4), "RIFF");
     g.Remove(); // closes first
     EXPECT_FALSE(g.IsOpen() || g.Exists() || f.Exists());

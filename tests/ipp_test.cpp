@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -27,15 +29,13 @@ TYPED_TEST_SUITE(IPPBlocks, BlockTypes);
 
 TYPED_TEST(IPPBlocks, CopySetAndZeroWriteExactlyNElements) {
     using T = TypeParam;
-    IPP::Copy(0, static_cast<T const*>(nullptr), static_cast<T*>(nullptr));
-    IPP::Set(0, static_cast<T*>(nullptr), T(7));
-    IPP::Set(0, static_cast<T*>(nullptr), T(0));
-    IPP::Zero(0, static_cast<T*>(nullptr));
+    T* const none = nullptr;
+    IPP::Copy(0, static_cast<T const*>(none), none), IPP::Set(0, none, T(7)),
+        IPP::Set(0, none, T(0)), IPP::Zero(0, none);
     for (unsigned int n : {1u, 3u, 4u, 5u, 33u}) {
         std::vector<T> src(n), block(n + 2, T(3)), expected(n + 2, T(3));
         for (unsigned int i = 0; i < n; ++i)
-            src[i] = valueAt<T>(i);
-        std::copy(src.begin(), src.end(), expected.begin() + 1);
+            src[i] = expected[i + 1] = valueAt<T>(i);
         IPP::Copy(n, src.data(), block.data() + 1);
         EXPECT_EQ(block, expected) << "Copy, n " << n;
         std::fill(expected.begin() + 1, expected.end() - 1, T(200));
@@ -47,28 +47,10 @@ TYPED_TEST(IPPBlocks, CopySetAndZeroWriteExactlyNElements) {
     }
 }
 
-// A value equal to zero clears to all-zero bits, so -0.0 is stored as +0.0; NaN as given.
-TEST(IPP, CopyOfCharsSetOfNegativeZeroAndNaN) {
-    IPP::Copy(0, static_cast<char const*>(nullptr), static_cast<char*>(nullptr));
-    char dst[] = "-----";
-    IPP::Copy(3, "abc", dst + 1);
-    EXPECT_STREQ(dst, "-abc-");
-    float f[5] = {1, 2, 3, 4, 5};
-    double d[3] = {1, 2, 3};
-    IPP::Set(5, f, -0.0f);
-    IPP::Set(3, d, -0.0);
-    for (float v : f)
-        EXPECT_TRUE(v == 0 && !std::signbit(v));
-    for (double v : d)
-        EXPECT_TRUE(v == 0 && !std::signbit(v));
-    IPP::Set(5, f, kNaNF);
-    EXPECT_TRUE(std::isnan(f[0]) && std::isnan(f[4]));
-}
-
 template <typename T>
 void checkMoveOverlap() {
     IPP::Move(0, static_cast<T const*>(nullptr), static_cast<T*>(nullptr));
-    for (unsigned int n : {1u, 7u, 64u}) {
+    for (unsigned int n : {1u, 7u, 64u})
         for (std::size_t shift : {1u, 3u}) {
             std::vector<T> original(n + shift);
             for (std::size_t i = 0; i < original.size(); ++i)
@@ -78,17 +60,27 @@ void checkMoveOverlap() {
             std::copy(original.begin() + shift, original.end(), toLeft.begin());
             IPP::Move(n, right.data(), right.data() + shift); // the destination starts inside
             IPP::Move(n, left.data() + shift, left.data());   // the source starts inside
-            ASSERT_EQ(right, toRight) << "n " << n << " shift " << shift;
-            ASSERT_EQ(left, toLeft) << "n " << n << " shift " << shift;
+            ASSERT_EQ(std::pair(right, left), std::pair(toRight, toLeft)) << n << " by " << shift;
         }
-    }
 }
 
-TEST(IPP, MoveHandlesOverlapBothWays) {
-    checkMoveOverlap<unsigned char>();
-    checkMoveOverlap<short>();
-    checkMoveOverlap<float>();
-    checkMoveOverlap<double>();
+TEST(IPP, MoveOverlapBothWaysCopyOfCharsSetOfNegativeZeroAndNaN) {
+    checkMoveOverlap<unsigned char>(), checkMoveOverlap<short>(), checkMoveOverlap<float>(),
+        checkMoveOverlap<double>();
+
+    // A value equal to zero clears to all-zero bits, so -0.0 is stored as +0.0; NaN as given.
+    IPP::Copy(0, static_cast<char const*>(nullptr), static_cast<char*>(nullptr));
+    char dst[] = "-----";
+    IPP::Copy(3, "abc", dst + 1);
+    EXPECT_STREQ(dst, "-abc-");
+    float f[5] = {1, 2, 3, 4, 5};
+    double d[3] = {1, 2, 3};
+    IPP::Set(5, f, -0.0f);
+    IPP::Set(3, d, -0.0);
+    char const zeros[sizeof f + sizeof d] = {};
+    EXPECT_TRUE(std::memcmp(f, zeros, sizeof f) == 0 && std::memcmp(d, zeros, sizeof d) == 0);
+    IPP::Set(5, f, kNaNF);
+    EXPECT_TRUE(std::isnan(f[0]) && std::isnan(f[4]));
 }
 
 // Converts blocks of fifteen copies of in, so a vectorised pass and a long scalar tail are
@@ -106,35 +98,23 @@ std::vector<Dst> convert15(Src in, Dst guard, Args... args) {
 
 // Factors come from 1 << (scaleBits modulo 64) in 32 bits: 31 gives -2^31, 32 to 63 give 0,
 // so short to float scales by infinity there (by 1 for 64, by -2^-31 for 31, and -1 is 63).
-TEST(IPP, ShortToFloat) {
-    struct Row {
-        short in;
-        int scaleBits;
-        float out;
-    };
-    Row const rows[] = {{-32768, 15, -1.0f}, {16384, 15, 0.5f}, {32767, 15, 32767.0f / 32768.0f},
-                        {-3, 0, -3.0f},      {100, 64, 100.0f}, {16384, 31, -0x1p-17f},
-                        {1, 32, kInfF},      {-2, 33, -kInfF},  {3, 63, kInfF},
-                        {5, -1, kInfF},      {1, 30, 0x1p-30f}};
-    for (Row const& row : rows)
-        EXPECT_EQ(convert15(row.in, 99.0f, row.scaleBits), std::vector<float>(15, row.out))
-            << row.in << " with scaleBits " << row.scaleBits;
+TEST(IPP, ShortToFloatAndBack) {
+    std::tuple<short, int, float> const rows[] = {
+        {-32768, 15, -1.0f}, {16384, 15, 0.5f}, {32767, 15, 32767.0f / 32768.0f},
+        {-3, 0, -3.0f},      {100, 64, 100.0f}, {16384, 31, -0x1p-17f},
+        {1, 32, kInfF},      {-2, 33, -kInfF},  {3, 63, kInfF},
+        {5, -1, kInfF},      {1, 30, 0x1p-30f}};
+    for (auto const& [in, scaleBits, out] : rows)
+        EXPECT_EQ(convert15(in, 99.0f, scaleBits), std::vector<float>(15, out))
+            << in << " with scaleBits " << scaleBits;
     EXPECT_TRUE(std::isnan(convert15(short(0), 99.0f, 32)[0])) << "0 times infinity";
-}
 
-// Float to short: scaled by 1 << -scaleBits (0 for scaleBits 1 to 32, -2^31 for -31 and 33),
-// plus 0.5 when rounding, truncated toward zero (so -1.0 at -15 gives -32767, -2.5 gives -2
-// and 2.4 gives 2: neither floor nor round-to-nearest), saturating (NaN, also infinity times
-// 0, gives the most negative value), then clipped to the short range.
-TEST(IPP, FloatToShort) {
-    struct Row {
-        float in;
-        int scaleBits;
-        bool rounding;
-        short out;
-    };
+    // Float to short: scaled by 1 << -scaleBits (0 for scaleBits 1 to 32, -2^31 for -31 and 33),
+    // plus 0.5 when rounding, truncated toward zero (so -1.0 at -15 gives -32767, -2.5 gives -2
+    // and 2.4 gives 2: neither floor nor round-to-nearest), saturating (NaN, also infinity times
+    // 0, gives the most negative value), then clipped to the short range.
     int const intMin = std::numeric_limits<int>::min();
-    Row const rows[] = {
+    std::tuple<float, int, bool, short> const toShort[] = {
         {1.0f, -15, true, 32767},     {-1.0f, -15, true, -32767},  {0.00002f, -15, true, 1},
         {0.00002f, -15, false, 0},    {-1.0f, -15, false, -32768}, {-2.5f, 0, true, -2},
         {2.5f, 0, true, 3},           {2.4f, 0, true, 2},          {1e10f, -15, false, 32767},
@@ -144,11 +124,9 @@ TEST(IPP, FloatToShort) {
         {kInfF, 16, false, -32768},   {1.0f, -31, false, -32768},  {1e-9f, 33, true, -1},
         {1000.0f, -63, true, 0},      {1000.0f, 64, false, 1000},  {1000.0f, intMin, false, 1000},
         {0.5f, -8, false, 128}};
-    for (Row const& row : rows)
-        EXPECT_EQ(convert15(row.in, short(1234), row.scaleBits, row.rounding),
-                  std::vector<short>(15, row.out))
-            << row.in << " with scaleBits " << row.scaleBits
-            << (row.rounding ? ", rounding" : ", truncating");
+    for (auto const& [in, scaleBits, rounding, out] : toShort)
+        EXPECT_EQ(convert15(in, short(1234), scaleBits, rounding), std::vector<short>(15, out))
+            << in << " with scaleBits " << scaleBits << (rounding ? ", rounding" : "");
 }
 
 // Every 16-bit value to float with scaleBits 15 and back; adding 0.5 moves every negative
@@ -168,22 +146,6 @@ TEST(IPP, SixteenBitRoundTripOverEveryValue) {
     }
 }
 
-TEST(IPP, FloatDoubleConversions) {
-    float const f[] = {0.1f, -0.0f, kInfF, std::numeric_limits<float>::denorm_min(), 3.0f};
-    double d[5] = {};
-    IPP::Convert(0, static_cast<float const*>(nullptr), static_cast<double*>(nullptr));
-    IPP::Convert(0, static_cast<double const*>(nullptr), static_cast<float*>(nullptr));
-    IPP::Convert(5, f, d);
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(d[i], static_cast<double>(f[i])) << "element " << i;
-    EXPECT_TRUE(std::signbit(d[1]));
-    double const wide[] = {0.1, 1e300, -1e-50, 1.0 + 1e-12, std::nan("")};
-    float narrow[5] = {};
-    IPP::Convert(5, wide, narrow);
-    EXPECT_TRUE(narrow[0] == 0.1f && narrow[1] == kInfF && narrow[2] == 0.0f &&
-                std::signbit(narrow[2]) && narrow[3] == 1.0f && std::isnan(narrow[4]));
-}
-
 // The conversions that deliberately do nothing leave every element of the destination.
 template <typename Dst, typename Src, typename... Args>
 void expectUntouched(Src const* src, Args... args) {
@@ -194,20 +156,29 @@ void expectUntouched(Src const* src, Args... args) {
         EXPECT_EQ(v, Dst(7));
 }
 
-TEST(IPP, UnimplementedConversionsLeaveTheDestination) {
+TEST(IPP, FloatDoubleConversionsAndTheUnimplementedOnesLeaveTheDestination) {
     unsigned char const bytes[4] = {1, 2, 3, 255};
     short const shorts[4] = {1, 2, 3, -4};
     int const ints[4] = {1, 2, 3, -4};
     float const floats[4] = {0.5f, -0.5f, 1.0f, 2.0f};
     double const doubles[4] = {0.5, -0.5, 1.0, 2.0};
-    expectUntouched<float>(bytes);
-    expectUntouched<float>(ints, 0);
-    expectUntouched<float>(ints, 31);
-    expectUntouched<double>(shorts, 15);
-    expectUntouched<double>(ints, 0);
-    expectUntouched<unsigned char>(floats, -7, true);
-    expectUntouched<int>(floats, -31, true);
-    expectUntouched<int>(doubles, 0, false);
+    expectUntouched<float>(bytes), expectUntouched<float>(ints, 0),
+        expectUntouched<float>(ints, 31), expectUntouched<double>(shorts, 15),
+        expectUntouched<double>(ints, 0), expectUntouched<unsigned char>(floats, -7, true),
+        expectUntouched<int>(floats, -31, true), expectUntouched<int>(doubles, 0, false);
+
+    float const f[] = {0.1f, -0.0f, kInfF, std::numeric_limits<float>::denorm_min(), 3.0f};
+    double d[5] = {};
+    IPP::Convert(0, static_cast<float const*>(nullptr), static_cast<double*>(nullptr));
+    IPP::Convert(0, static_cast<double const*>(nullptr), static_cast<float*>(nullptr));
+    IPP::Convert(5, f, d);
+    EXPECT_EQ(std::vector<double>(d, d + 5), std::vector<double>(f, f + 5));
+    EXPECT_TRUE(std::signbit(d[1]));
+    double const wide[] = {0.1, 1e300, -1e-50, 1.0 + 1e-12, std::nan("")};
+    float narrow[5] = {};
+    IPP::Convert(5, wide, narrow);
+    EXPECT_TRUE(narrow[0] == 0.1f && narrow[1] == kInfF && narrow[2] == 0.0f &&
+                std::signbit(narrow[2]) && narrow[3] == 1.0f && std::isnan(narrow[4]));
 }
 
 } // namespace

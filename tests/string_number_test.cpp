@@ -29,7 +29,7 @@ std::string numbers(std::vector<std::tuple<Args...>> const& rows) {
     return out;
 }
 
-TEST(StringNumber, Integers) {
+TEST(StringNumber, IntegersAndFloatingPoint) {
     // int and unsigned int: the digits of any base 2..36, another base meaning 10.
     EXPECT_EQ((numbers<uint32, uint32>(
                   {{255, 16}, {255, 1}, {255, 37}, {4294967295u, 36}, {4294967295u, 2}})),
@@ -47,26 +47,21 @@ TEST(StringNumber, Integers) {
     EXPECT_EQ((numbers<unsigned long long, uint32>({{255, 16}, {18446744073709551615ULL, 36}})),
               "FF 18446744073709551615");
     EXPECT_EQ(text(String::Number(18446744073709551615UL, 2)), std::string(64, '1'));
-}
 
-TEST(StringNumber, FloatingPoint) {
     unsigned int const none = 0xFFFFFFFF; // printf's default of six digits
-    // An unknown format means 'f'.
-    EXPECT_EQ((numbers<double, uint32, char>(
-                  {{1.5, none, 'f'}, {1.5, 2, 'f'}, {3.14159, 2, 'x'}, {-0.0, none, 'f'}})),
-              "1.500000 1.50 3.14 -0.000000");
-    EXPECT_EQ(
-        (numbers<double, uint32, char>(
-            {{2.5, 0, 'f'}, {1234.5, 2, 'E'}, {0.0001, 3, 'g'}, {1e20, 3, 'G'}, {1.5, 12, 'f'}})),
-        "2 1.23E+03 0.0001 1E+20 1.500000000000");
+    // An unknown format means 'f'; the precision is clamped to 99.
+    std::string const zeros99(99, '0');
+    std::vector<std::tuple<double, uint32, char>> const reals = {
+        {1.5, none, 'f'}, {1.5, 2, 'f'},    {3.14159, 2, 'x'}, {-0.0, none, 'f'},
+        {2.5, 0, 'f'},    {1234.5, 2, 'E'}, {0.0001, 3, 'g'},  {1e20, 3, 'G'},
+        {1.5, 12, 'f'},   {1.0, 99, 'f'},   {1.0, 100, 'f'},   {1.5, 200, 'e'}};
+    EXPECT_EQ(numbers(reals),
+              "1.500000 1.50 3.14 -0.000000 2 1.23E+03 0.0001 1E+20 1.500000000000 1." + zeros99 +
+                  " 1." + zeros99 + " 1.5" + zeros99.substr(1) + "e+00");
     // The float form drops the sign of a negative zero.
     EXPECT_EQ(
         (numbers<float, uint32, char>({{-0.0f, none, 'f'}, {-1.5f, 1, 'f'}, {0.1f, 10, 'f'}})),
         "0.000000 -1.5 0.1000000015");
-    // The precision is clamped to 99.
-    std::string const zeros99(99, '0');
-    EXPECT_EQ((numbers<double, uint32, char>({{1.0, 99, 'f'}, {1.0, 100, 'f'}, {1.5, 200, 'e'}})),
-              "1." + zeros99 + " 1." + zeros99 + " 1.5" + zeros99.substr(1) + "e+00");
     // The widest value at the widest precision: sign, 309 digits, point, 99 digits.
     EXPECT_EQ(String::Number(-std::numeric_limits<double>::max(), 99, 'f').GetLength(), 410u);
 }
@@ -90,7 +85,7 @@ std::string parsed(Parser parser, std::vector<String> const& texts, Base... base
     return out.str();
 }
 
-TEST(StringParse, Integers) {
+TEST(StringParse, IntegersAndTheRoundTripThroughNumberInEveryBase) {
     // The common rules, shown on ToInt: white space (0x09..0x0D, " ", 0xA0, not 0x85) around,
     // one optional sign, no radix prefix, a base of 2..36.
     EXPECT_EQ(parsed(&String::ToInt,
@@ -121,46 +116,40 @@ TEST(StringParse, Integers) {
                      {"32767", "32768", "-32768", "-32769", "-40000", "-65535", "-65536"}, 10),
               "32767 no -32768 32767 25536 1 no");
     // ToInt64: 32-bit magnitudes read as signed 32-bit numbers, and "-0" only.
-    EXPECT_EQ(
-        parsed(&String::ToInt64,
-               {"2147483647", "2147483648", "3000000000", "4294967295", "4294967296", "-0", "-1"},
-               10),
-        "2147483647 -2147483648 -1294967296 -1 no 0 no");
+    EXPECT_EQ(parsed(&String::ToInt64,
+                     {"2147483647", "2147483648", "4294967295", "4294967296", "-0", "-1"}, 10),
+              "2147483647 -2147483648 -1 no 0 no");
     EXPECT_EQ(
         parsed(&String::ToUInt64, {"18446744073709551615", "18446744073709551616", "-1", ""}, 10),
         "18446744073709551615 no no no");
     EXPECT_EQ(parsed(&String::ToUInt64, {"FFFFFFFFFFFFFFFF", "10000000000000000"}, 16) + " " +
                   parsed(&String::ToUInt64, {"3w5e11264sgsf", "3w5e11264sgsg"}, 36),
               "18446744073709551615 no 18446744073709551615 no");
-}
 
-TEST(StringParse, NumberThenParserGivesTheValueBackInEveryBase) {
+    // For random integers and every base, Number then the matching parser gives the value back.
     std::mt19937_64 rng(42);
     for (unsigned int base = 2; base <= 36; ++base) {
         std::vector<uint64> bits = {0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, ~uint64(0)};
         for (int i = 0; i < 300; ++i)
             bits.push_back(rng() >> (rng() % 64));
         for (uint64 b : bits) {
-            int const i32 = static_cast<int>(static_cast<uint32>(b));
-            uint32 const u32 = static_cast<uint32>(b);
-            short const i16 = static_cast<short>(static_cast<uint16>(b));
-            uint16 const u16 = static_cast<uint16>(b);
+            uint32 const u32 = static_cast<uint32>(b), u16 = static_cast<uint16>(b);
+            int const i32 = static_cast<int>(u32), i16 = static_cast<short>(u16);
             long const small = static_cast<long>(b & 0x7FFFFFFF);
             bool ok[6] = {};
             EXPECT_EQ(std::make_tuple(String::Number(i32, base).ToLower().ToInt(&ok[0], base),
                                       String::Number(u32, base).ToUInt(&ok[1], base),
-                                      String::Number(int(i16), base).ToShort(&ok[2], base),
-                                      String::Number(int(u16), base).ToUShort(&ok[3], base),
+                                      String::Number(i16, base).ToShort(&ok[2], base),
+                                      String::Number(u16, base).ToUShort(&ok[3], base),
                                       String::Number(b, base).ToUInt64(&ok[4], base),
                                       String::Number(small, base).ToInt64(&ok[5], base)),
-                      std::make_tuple(i32, u32, i16, u16, b, small))
+                      std::make_tuple(i32, u32, short(i16), uint16(u16), b, small))
                 << "bits " << b << " base " << base;
             EXPECT_TRUE(ok[0] && ok[1] && ok[2] && ok[3] && ok[4] && ok[5]) << b << " " << base;
             // long long prints a number ToUInt64 reads back in the bases 10 and 16.
-            if (base == 10 || base == 16) {
+            if (base == 10 || base == 16)
                 EXPECT_EQ(parsed(&String::ToUInt64, {String::Number(0ULL + b, base)}, base),
                           std::to_string(b));
-            }
             // long and unsigned long print as int and unsigned int do inside 32 bits.
             EXPECT_EQ(text(String::Number(long(i32), base)) + " " +
                           text(String::Number(0UL + u32, base)),
@@ -169,22 +158,20 @@ TEST(StringParse, NumberThenParserGivesTheValueBackInEveryBase) {
     }
 }
 
-TEST(StringParse, ToDouble) {
+TEST(StringParse, ToDoubleAndTheDecimalCommaLocale) {
     ASSERT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
     // "," is a decimal point too; the whole text must be the number, a zero byte included.
     EXPECT_EQ(parsed(&String::ToDouble, {"1,5", "1.5", "1e3", "-.5", " 1.5", "1.5 ", "abc", "",
                                          "1.5x", "1,5,5", String("12") + String('\0')}),
               "1.5 1.5 1000 -0.5 no no no no no no no");
     EXPECT_EQ(parsed(&String::ToFloat, {"0,1"}), "0.10000000149011612");
-}
 
-TEST(StringParse, DecimalCommaLocale) {
-    std::string const previous = std::setlocale(LC_NUMERIC, nullptr);
+    // With a locale whose decimal point is ",".
     if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr)
         GTEST_SKIP() << "locale de_DE.UTF-8 is not installed (scripts/bootstrap generates it)";
     std::string const got =
         parsed(&String::ToDouble, {"1,5", "1.5", " 1,5"}) + " " + text(String::Number(1.5, 1, 'f'));
-    std::setlocale(LC_NUMERIC, previous.c_str());
+    std::setlocale(LC_NUMERIC, "C");
     EXPECT_EQ(got, "1.5 1.5 no 1,5");
 }
 
