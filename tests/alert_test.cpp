@@ -15,7 +15,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,30 +23,30 @@ namespace {
 
 using velmora_test::ReadFile;
 
+char const* const kVariables[] = {"VELMORA_ALERTS", "VELMORA_ALERT_LOG", "VELMORA_ALERT_RESOURCES",
+                                  "DISPLAY", "WAYLAND_DISPLAY"};
+
 // Runs each test with a private alert log, the "none" presenter, no display and stdin at end
-// of input; restores the environment and stdin/stderr afterwards.
+// of input; puts the environment, stdin and stderr back afterwards.
 class Alerts : public ::testing::Test {
 protected:
-    void SetUp() override {
-        for (char const* name : {"VELMORA_ALERTS", "VELMORA_ALERT_LOG", "VELMORA_ALERT_RESOURCES",
-                                 "DISPLAY", "WAYLAND_DISPLAY"}) {
-            char const* value = std::getenv(name);
-            m_saved.emplace_back(name, value ? std::optional<std::string>(value) : std::nullopt);
+    Alerts() {
+        for (char const* name : kVariables) {
+            if (char const* value = std::getenv(name))
+                m_saved.emplace_back(name, value);
             unsetenv(name);
         }
         setenv("VELMORA_ALERTS", "none", 1);
         setenv("VELMORA_ALERT_LOG", m_log.c_str(), 1);
-        m_stdin = dup(STDIN_FILENO);
-        m_stderr = dup(STDERR_FILENO);
         Answer("");
     }
-    void TearDown() override {
-        dup2(m_stdin, STDIN_FILENO);
-        dup2(m_stderr, STDERR_FILENO);
-        close(m_stdin);
-        close(m_stderr);
+    ~Alerts() override {
+        for (int fd : {STDIN_FILENO, STDERR_FILENO})
+            dup2(m_fds[fd], fd), close(m_fds[fd]);
+        for (char const* name : kVariables)
+            unsetenv(name);
         for (auto const& [name, value] : m_saved)
-            value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+            setenv(name.c_str(), value.c_str(), 1);
     }
 
     // The next alerts read input from stdin; their prompts go to Prompts().
@@ -55,10 +54,7 @@ protected:
         velmora_test::WriteFile(m_dir / "stdin", input);
         int const in = open((m_dir / "stdin").c_str(), O_RDONLY);
         int const err = open((m_dir / "stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        dup2(in, STDIN_FILENO);
-        dup2(err, STDERR_FILENO);
-        close(in);
-        close(err);
+        dup2(in, STDIN_FILENO), dup2(err, STDERR_FILENO), close(in), close(err);
     }
     std::string Prompts() const { return ReadFile(m_dir / "stderr"); }
 
@@ -73,12 +69,22 @@ protected:
 
     velmora_test::TempDir m_dir;
     std::string const m_log = m_dir / "alerts.log";
-
-private:
-    std::vector<std::pair<std::string, std::optional<std::string>>> m_saved;
-    int m_stdin = -1;
-    int m_stderr = -1;
+    std::vector<std::pair<std::string, std::string>> m_saved;
+    int const m_fds[3] = {dup(STDIN_FILENO), -1, dup(STDERR_FILENO)};
 };
+
+// The log line of a note alert; itemHit 0 means it could not be shown, record ends the
+// parameters.
+std::string Line(std::string const& message, std::string const& buttons, int cancel,
+                 std::string const& presenter = "none", int itemHit = 0,
+                 std::string const& call = "StandardAlert", std::string const& record = "") {
+    return R"({"call":")" + call + R"(","alertType":1,"message":")" + message +
+           R"(","explanation":null,"buttons":[)" + buttons +
+           R"(],"defaultButton":1,"cancelButton":)" + std::to_string(cancel) +
+           R"(,"movable":true,"helpButton":false,"position":0,)" + record + R"("presenter":")" +
+           presenter + R"(","shown":)" + (itemHit ? "true" : "false") + R"(,"itemHit":)" +
+           std::to_string(itemHit) + R"(,"status":)" + (itemHit ? "0" : "-1301") + "}";
+}
 
 std::vector<unsigned short> utf16(std::u16string const& s) {
     return {s.begin(), s.end()};
@@ -87,44 +93,33 @@ std::vector<unsigned short> utf16(std::u16string const& s) {
 // Each row runs under its own VELMORA_ALERTS; none of them can show anything here (stdin is a
 // file, so "auto" finds no terminal either).
 TEST_F(Alerts, EachFormFillsItsRecordAndNobodySeesIt) {
-    // The line of a note alert that the presenter could not show; record ends the parameters.
-    auto const line = [](std::string const& call, std::string const& message,
-                         std::string const& buttons, int cancel, std::string const& record,
-                         std::string const& presenter = "none") {
-        return R"({"call":")" + call + R"(","alertType":1,"message":")" + message +
-               R"(","explanation":null,"buttons":[)" + buttons +
-               R"(],"defaultButton":1,"cancelButton":)" + std::to_string(cancel) +
-               R"(,"movable":true,"helpButton":false,"position":0,)" + record + R"("presenter":")" +
-               presenter + R"(","shown":false,"itemHit":0,"status":-1301})";
-    };
-    std::string const longText(300, 'x');
-    std::string const yesNo = line("StandardAlert", "Go on?", R"("Yes","No")", 2, "");
     unsigned char const hi[] = {2, 'H', 'i'};
     SInt16 itemHit = 7;
     struct Row {
-        char const* name;
-        char const* alerts;
+        char const *name, *alerts;
         std::function<bool()> call; // false for a failed alert
         std::string line;
     } const rows[] = {
         {"MessageOK: one OK button, no cancel", "none",
          [] { return UI::MessageOK(nullptr, "Title", "Say \"hi\" \\ caf\x8E\rbye", true); },
-         line("StandardAlert", R"(Say \"hi\" \\ café\rbye)", R"("OK")", 0, "")},
+         Line(R"(Say \"hi\" \\ café\rbye)", R"("OK")", 0)},
         {"YesNo with focus on No still defaults to Yes", "auto",
-         [] { return UI::MessageYesNo(nullptr, "T", "Go on?", UI::FOCUS_NO, false); }, yesNo},
+         [] { return UI::MessageYesNo(nullptr, "T", "Go on?", UI::FOCUS_NO, false); },
+         Line("Go on?", R"("Yes","No")", 2)},
         {"OKCancel with focus on Cancel", "gui",
          [] { return UI::MessageOKCancel(nullptr, "T", "Delete?", UI::FOCUS_CANCEL, false); },
-         line("StandardAlert", "Delete?", R"("OK","Cancel")", 2, "", "gui")},
+         Line("Delete?", R"("OK","Cancel")", 2, "gui")},
         {"a 300-character message is cut to 254", "unknown",
-         [&] { return UI::MessageOK(nullptr, "T", longText.c_str(), false); },
-         line("StandardAlert", std::string(254, 'x'), R"("OK")", 0, "")},
+         [] { return UI::MessageOK(nullptr, "T", std::string(300, 'x').c_str(), false); },
+         Line(std::string(254, 'x'), R"("OK")", 0)},
         {"UTF-16 form: the CoreFoundation record", "none",
          [] {
              UI::MessageOK(nullptr, utf16(u"T"), utf16(u"Caf\u00E9 \u65E5\u672C"), utf16(u"Fermer"),
                            false);
              return false;
          },
-         line("RunStandardAlert", "Café 日本", R"("Fermer")", 0, R"("version":1,"flags":0,)")},
+         Line("Café 日本", R"("Fermer")", 0, "none", 0, "RunStandardAlert",
+              R"("version":1,"flags":0,)")},
         {"StandardAlert without parameters leaves the item hit alone", "none",
          [&] {
              return StandardAlert(kAlertCautionAlert, hi, hi, nullptr, &itemHit) != dlgErr ||
@@ -142,34 +137,31 @@ TEST_F(Alerts, EachFormFillsItsRecordAndNobodySeesIt) {
 }
 
 // The result is true exactly when the first button was chosen; the terminal presenter lets
-// the test choose.
+// the test choose (itemHit 0: nothing shown).
 TEST_F(Alerts, ResultIsTrueOnlyForTheFirstButton) {
-    std::string const shown = R"("presenter":"terminal","shown":true,"itemHit":)";
     struct Row {
-        char const* name;
+        char const *name, *input;
         bool yesNo;
-        char const* input;
-        bool result;
-        std::string tail;
+        int itemHit;
     } const rows[] = {
-        {"Return picks the default", true, "\n", true, shown + R"(1,"status":0})"},
-        {"by number", true, "2\n", false, shown + R"(2,"status":0})"},
-        {"by text, after a wrong answer", true, "maybe\n no \n", false, shown + R"(2,"status":0})"},
-        {"end of input picks cancel", true, "", false, shown + R"(2,"status":0})"},
-        {"end of input without cancel fails", false, "", false,
-         R"("presenter":"terminal","shown":false,"itemHit":0,"status":-1301})"},
-        {"OK by number", false, "1\n", true, shown + R"(1,"status":0})"},
+        {"Return picks the default", "\n", true, 1},
+        {"by number", "2\n", true, 2},
+        {"by text, after a wrong answer", "maybe\n no \n", true, 2},
+        {"end of input picks cancel", "", true, 2},
+        {"end of input without cancel fails", "", false, 0},
+        {"OK by number", "1\n", false, 1},
     };
     setenv("VELMORA_ALERTS", "terminal", 1);
     for (auto const& row : rows) {
         Answer(row.input);
-        bool result = !row.result;
+        bool result = row.itemHit != 1;
         std::string const line = Logged([&] {
             result = row.yesNo ? UI::MessageYesNo(nullptr, "T", "Go on?", UI::FOCUS_NO, false)
                                : UI::MessageOK(nullptr, "T", "Done.", false);
         });
-        EXPECT_EQ(result, row.result) << row.name;
-        EXPECT_EQ(line.substr(line.size() - std::min(line.size(), row.tail.size())), row.tail)
+        EXPECT_EQ(result, row.itemHit == 1) << row.name;
+        EXPECT_EQ(line, row.yesNo ? Line("Go on?", R"("Yes","No")", 2, "terminal", row.itemHit)
+                                  : Line("Done.", R"("OK")", 0, "terminal", row.itemHit))
             << row.name;
     }
     Answer("\n");
@@ -197,49 +189,41 @@ TEST_F(Alerts, StandardAlertDialogHoldsAndReleasesItsStrings) {
     EXPECT_EQ(RunStandardAlert(nullptr, nullptr, &itemHit), paramErr);
 }
 
+// A missing resource shows nothing: no prompt, message null, found false, status -1.
 TEST_F(Alerts, StopAlertShowsTheResourceText) {
     std::string const resources = m_dir / "alerts.plist";
     velmora_test::WriteFile(resources,
                             "<plist><dict><key>5000</key><string>L'installation a échoué."
                             "</string><key>5001</key><integer>3</integer></dict></plist>");
-    std::string const found =
-        R"({"call":"StopAlert","alertType":0,"message":"L'installation a échoué.",)"
-        R"("explanation":null,"buttons":["OK"],"alertID":5000,"found":true,"defaultButton":1,)"
-        R"("cancelButton":0,"presenter":)";
-    auto const missing = [](int id) {
-        return R"({"call":"StopAlert","alertType":0,"message":null,"explanation":null,)"
-               R"("buttons":["OK"],"alertID":)" +
-               std::to_string(id) +
-               R"(,"found":false,"defaultButton":1,"cancelButton":0,"presenter":"none",)"
-               R"("shown":false,"itemHit":0,"status":-1})";
-    };
     struct Row {
-        char const* name;
-        char const* resources; // null: VELMORA_ALERT_RESOURCES unset
+        char const *name, *resources, *alerts; // resources null: the variable unset
         SInt16 id;
-        char const* alerts;
         DialogItemIndex result;
-        std::string line;
+        bool found;
     } const rows[] = {
-        {"found, answered", resources.c_str(), 5000, "terminal", 1,
-         found + R"("terminal","shown":true,"itemHit":1,"status":1})"},
-        {"found, nobody to answer", resources.c_str(), 5000, "none", -1,
-         found + R"("none","shown":false,"itemHit":0,"status":-1})"},
-        {"unknown id", resources.c_str(), 4999, "terminal", -1, missing(4999)},
-        {"not a string", resources.c_str(), 5001, "terminal", -1, missing(5001)},
-        {"no such file", "/nonexistent/alerts.plist", 5000, "terminal", -1, missing(5000)},
-        {"no resource file named", nullptr, 5000, "terminal", -1, missing(5000)},
+        {"found, answered", resources.c_str(), "terminal", 5000, 1, true},
+        {"found, nobody to answer", resources.c_str(), "none", 5000, -1, true},
+        {"unknown id", resources.c_str(), "terminal", 4999, -1, false},
+        {"not a string", resources.c_str(), "terminal", 5001, -1, false},
+        {"no resource file named", nullptr, "terminal", 5000, -1, false},
     };
     for (auto const& row : rows) {
         Answer("\n");
         setenv("VELMORA_ALERTS", row.alerts, 1);
         row.resources ? setenv("VELMORA_ALERT_RESOURCES", row.resources, 1)
                       : unsetenv("VELMORA_ALERT_RESOURCES");
+        bool const shown = row.result == 1;
         EXPECT_EQ(Logged([&] { EXPECT_EQ(StopAlert(row.id, nullptr), row.result) << row.name; }),
-                  row.line)
+                  R"({"call":"StopAlert","alertType":0,"message":)" +
+                      std::string(row.found ? R"("L'installation a échoué.")" : "null") +
+                      R"(,"explanation":null,"buttons":["OK"],"alertID":)" +
+                      std::to_string(row.id) + R"(,"found":)" + (row.found ? "true" : "false") +
+                      R"(,"defaultButton":1,"cancelButton":0,"presenter":")" +
+                      (row.found ? row.alerts : "none") + R"(","shown":)" +
+                      (shown ? "true,\"itemHit\":1" : "false,\"itemHit\":0") + R"(,"status":)" +
+                      std::to_string(row.result) + "}")
             << row.name;
-        // A missing resource shows nothing.
-        EXPECT_EQ(Prompts().empty(), row.result == -1) << row.name;
+        EXPECT_EQ(Prompts().empty(), !shown) << row.name;
     }
 }
 
