@@ -89,8 +89,17 @@ run_case() {
     read -r wid width <<<"$found"
     [ "$width" -ge "$min_width" ] ||
         fail "$name: the box is $width pixels wide, expected at least $min_width (text cut?)"
-    timeout 10 xdotool windowfocus "$wid" key "$key" 2>/dev/null ||
-        fail "$name: xdotool could not press $key"
+    # A key pressed before the box listens is lost, so press again until the probe is done.
+    local pressed=0
+    for _ in $(seq 20); do
+        kill -0 "$probe_pid" 2>/dev/null || break
+        timeout 10 xdotool windowfocus "$wid" key "$key" 2>/dev/null && pressed=1
+        for _ in $(seq 10); do
+            kill -0 "$probe_pid" 2>/dev/null || break
+            sleep 0.1
+        done
+    done
+    [ "$pressed" -eq 1 ] || fail "$name: xdotool could not press $key"
 
     local status=0
     wait "$probe_pid" || status=$?
