@@ -186,12 +186,12 @@ TEST(Carbon, TextEncodingConverterEventTimeNewPtrAndPlugInInstances) {
     CFUUIDBytes const bytes = {7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 1};
     CFUUIDRef factory = CFUUIDCreateFromUUIDBytes(nullptr, bytes);
     // Counts after each of: add, add, remove, remove, remove one too many (stays at 0).
-    std::vector<int> counts = {VelmoraPlugInInstanceCount(factory)};
+    std::vector<CFIndex> counts = {VelmoraPlugInInstanceCount(factory)};
     for (bool add : {true, true, false, false, false}) {
         add ? CFPlugInAddInstanceForFactory(factory) : CFPlugInRemoveInstanceForFactory(factory);
         counts.push_back(VelmoraPlugInInstanceCount(factory));
     }
-    EXPECT_EQ(counts, (std::vector<int>{0, 1, 2, 1, 0, 0}));
+    EXPECT_EQ(counts, (std::vector<CFIndex>{0, 1, 2, 1, 0, 0}));
     CFRelease(factory);
 
     // NewPtr zero-fills, also a block a previous NewPtr dirtied.

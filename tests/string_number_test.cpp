@@ -147,9 +147,10 @@ TEST(StringParse, IntegersAndTheRoundTripThroughNumberInEveryBase) {
                 << "bits " << b << " base " << base;
             EXPECT_TRUE(ok[0] && ok[1] && ok[2] && ok[3] && ok[4] && ok[5]) << b << " " << base;
             // long long prints a number ToUInt64 reads back in the bases 10 and 16.
-            if (base == 10 || base == 16)
+            if (base == 10 || base == 16) {
                 EXPECT_EQ(parsed(&String::ToUInt64, {String::Number(0ULL + b, base)}, base),
                           std::to_string(b));
+            }
             // long and unsigned long print as int and unsigned int do inside 32 bits.
             EXPECT_EQ(text(String::Number(long(i32), base)) + " " +
                           text(String::Number(0UL + u32, base)),
