@@ -125,7 +125,9 @@ private:
     FilePath m_pathFile;
     std::FILE* m_fp;
     checked_value<unsigned> m_mode;
-    EndianType m_endianType;
+    // The byte order of the file's data: set to ENDIAN_UNKNOWN and kept for callers' layout;
+    // no file operation reads it.
+    [[maybe_unused]] EndianType m_endianType;
 };
 
 } // namespace Util

@@ -25,7 +25,7 @@ T valueAt(std::size_t i) {
 template <typename T>
 class IPPBlocks : public ::testing::Test {};
 typedef ::testing::Types<unsigned char, short, int, unsigned int, float, double> BlockTypes;
-TYPED_TEST_SUITE(IPPBlocks, BlockTypes);
+TYPED_TEST_SUITE(IPPBlocks, BlockTypes, );
 
 TYPED_TEST(IPPBlocks, CopySetAndZeroWriteExactlyNElements) {
     using T = TypeParam;
