@@ -235,6 +235,28 @@ void release(CFStringRef s) {
         CFRelease(s);
 }
 
+// Shows an alert whose default and cancel buttons come from a parameter record of either
+// kind, stores the item hit when it was answered and logs the record's common fields, then
+// those that addFields adds. True when the alert was shown.
+template <typename Record, typename AddFields>
+bool presentWithRecord(char const* call, Alert& alert, Record const& param, SInt16* outItemHit,
+                       AddFields addFields) {
+    alert.defaultButton = param.defaultButton;
+    alert.cancelButton = param.cancelButton;
+    Outcome const outcome = velmora::alerts::presentAlert(alert);
+    if (outcome.shown && outItemHit != nullptr)
+        *outItemHit = static_cast<SInt16>(outcome.itemHit);
+    JsonLine line = describe(call, alert);
+    line.field("defaultButton", param.defaultButton)
+        .field("cancelButton", param.cancelButton)
+        .flag("movable", param.movable)
+        .flag("helpButton", param.helpButton)
+        .field("position", param.position);
+    addFields(line);
+    appendToLog(line, outcome, outcome.shown ? OSStatus{noErr} : OSStatus{dlgErr});
+    return outcome.shown;
+}
+
 } // namespace
 
 OSErr StandardAlert(AlertType inAlertType, ConstStr255Param inError, ConstStr255Param inExplanation,
@@ -255,22 +277,9 @@ OSErr StandardAlert(AlertType inAlertType, ConstStr255Param inError, ConstStr255
                                                     : std::string(kOKText);
     alert.buttons[1] = buttonOfPascal(param.cancelText, kCancelText);
     alert.buttons[2] = buttonOfPascal(param.otherText, kOtherText);
-    alert.defaultButton = param.defaultButton;
-    alert.cancelButton = param.cancelButton;
-
-    Outcome const outcome = velmora::alerts::presentAlert(alert);
-    OSErr const status = outcome.shown ? OSErr{noErr} : OSErr{dlgErr};
-    if (outcome.shown && outItemHit != nullptr)
-        *outItemHit = static_cast<SInt16>(outcome.itemHit);
-
-    JsonLine line = describe("StandardAlert", alert);
-    line.field("defaultButton", param.defaultButton)
-        .field("cancelButton", param.cancelButton)
-        .flag("movable", param.movable)
-        .flag("helpButton", param.helpButton)
-        .field("position", param.position);
-    appendToLog(line, outcome, status);
-    return status;
+    bool const shown =
+        presentWithRecord("StandardAlert", alert, param, outItemHit, [](JsonLine&) {});
+    return shown ? OSErr{noErr} : OSErr{dlgErr};
 }
 
 OSStatus CreateStandardAlert(AlertType alertType, CFStringRef error, CFStringRef explanation,
@@ -307,23 +316,11 @@ OSStatus RunStandardAlert(DialogRef inAlert, ModalFilterUPP, DialogItemIndex* ou
         param.defaultText != nullptr ? textOfCFString(param.defaultText) : std::string(kOKText);
     alert.buttons[1] = textOfCFString(param.cancelText);
     alert.buttons[2] = textOfCFString(param.otherText);
-    alert.defaultButton = param.defaultButton;
-    alert.cancelButton = param.cancelButton;
-
-    Outcome const outcome = velmora::alerts::presentAlert(alert);
-    OSStatus const status = outcome.shown ? OSStatus{noErr} : OSStatus{dlgErr};
-    if (outcome.shown && outItemHit != nullptr)
-        *outItemHit = static_cast<DialogItemIndex>(outcome.itemHit);
-
-    JsonLine line = describe("RunStandardAlert", alert);
-    line.field("defaultButton", param.defaultButton)
-        .field("cancelButton", param.cancelButton)
-        .flag("movable", param.movable)
-        .flag("helpButton", param.helpButton)
-        .field("position", param.position)
-        .field("version", param.version)
-        .field("flags", param.flags);
-    appendToLog(line, outcome, status);
+    bool const shown =
+        presentWithRecord("RunStandardAlert", alert, param, outItemHit, [&](JsonLine& line) {
+            line.field("version", param.version).field("flags", param.flags);
+        });
+    OSStatus const status = shown ? OSStatus{noErr} : OSStatus{dlgErr};
 
     release(inAlert->error);
     release(inAlert->explanation);

@@ -7,4 +7,4 @@ velmora_warnings(velmora_alert_probe)
 add_test(NAME alerts.gui_xvfb
          COMMAND ${CMAKE_CURRENT_LIST_DIR}/gui_alert_test.sh
                  $<TARGET_FILE:velmora_alert_probe> ${CMAKE_CURRENT_BINARY_DIR}/gui-alert-work)
-set_tests_properties(alerts.gui_xvfb PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 180)
+set_tests_properties(alerts.gui_xvfb PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 400)

@@ -51,11 +51,12 @@ export DISPLAY=":$(head -n 1 "$work/display")"
 unset WAYLAND_DISPLAY
 echo "Xvfb on $DISPLAY"
 
-# The id and width of the probe's alert window once it is viewable; fails after 15 s. The box
-# is titled with the program's name.
+# The id and width of the probe's alert window once it is viewable; fails after 60 s (loading
+# the X fonts for Japanese text can take a while on a busy machine). The box is titled with
+# the program's name.
 find_alert_window() {
     local wid geometry
-    for _ in $(seq 150); do
+    for _ in $(seq 600); do
         read -r wid geometry < <(xwininfo -root -tree 2>/dev/null |
             awk '/"velmora_alert_probe"/ { print $1, $(NF-1); exit }')
         if [ -n "${wid:-}" ] && xwininfo -id "$wid" 2>/dev/null | grep -q 'IsViewable'; then
@@ -81,11 +82,12 @@ run_case() {
     rm -f "$work/alerts.log"
     # A C locale in the environment: the presenter must still draw non-ASCII text.
     LC_ALL=C VELMORA_ALERTS=gui VELMORA_ALERT_LOG="$work/alerts.log" \
-        timeout 30 "$probe" "${args[@]}" >"$work/probe.out" 2>&1 &
+        timeout 90 "$probe" "${args[@]}" >"$work/probe.out" 2>&1 &
     probe_pid=$!
 
     local found wid width
-    found=$(find_alert_window) || fail "$name: no alert window appeared"
+    found=$(find_alert_window) ||
+        fail "$name: no alert window appeared; probe: $(cat "$work/probe.out" 2>/dev/null)"
     read -r wid width <<<"$found"
     [ "$width" -ge "$min_width" ] ||
         fail "$name: the box is $width pixels wide, expected at least $min_width (text cut?)"
