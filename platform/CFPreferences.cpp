@@ -187,7 +187,7 @@ struct Scope {
 
 struct Domain {
     bool loaded = false;
-    std::map<std::string, CFRef> values;  // as last read; null for unmapped values
+    velmora::plist::Dictionary file;      // as last read; values become CF objects when copied
     std::map<std::string, CFRef> pending; // null removes the key
 };
 
@@ -299,12 +299,6 @@ bool domainOf(CFStringRef app, CFStringRef user, CFStringRef host, Scope& scope,
     return scopeOf(user, host, scope);
 }
 
-void fillValues(Domain& domain, velmora::plist::Dictionary const& dict) {
-    domain.values.clear();
-    for (auto const& [key, value] : dict.Entries())
-        domain.values.emplace(key, cfValueOf(value));
-}
-
 // Refreshes the cache from the file; false when the file exists but cannot be read.
 bool reload(Store& s, Scope scope, std::string const& name, Domain& domain) {
     velmora::plist::Dictionary dict;
@@ -321,7 +315,7 @@ bool reload(Store& s, Scope scope, std::string const& name, Domain& domain) {
         fail(folder.Path() + "/" + file +
              ": not a property list with a dictionary root; ignored, and set aside when the "
              "domain is next written");
-    fillValues(domain, dict); // a missing or corrupt file reads as empty
+    domain.file = std::move(dict); // a missing or corrupt file reads as empty
     return true;
 }
 
@@ -353,8 +347,10 @@ CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CFStringRef applicatio
         return it->second.Copy();
     if (!domain.loaded)
         reload(s, scope, name, domain);
-    auto it = domain.values.find(keyText);
-    return it != domain.values.end() ? it->second.Copy() : nullptr;
+    Value value;
+    if (!domain.file.Find(keyText, value))
+        return nullptr;
+    return cfValueOf(value).Copy();
 }
 
 void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef applicationID,
@@ -391,8 +387,8 @@ CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStringRef userN
         Store& s = store();
         std::lock_guard<std::mutex> lock(s.mutex);
         Domain& domain = loadedDomain(s, scope, name);
-        for (auto const& entry : domain.values)
-            keys.insert(entry.first);
+        for (auto& key : domain.file.Keys())
+            keys.insert(keys.end(), std::move(key));
         for (auto const& [key, value] : domain.pending) {
             if (value.Get() != nullptr)
                 keys.insert(key);
@@ -433,7 +429,7 @@ Boolean CFPreferencesSynchronize(CFStringRef applicationID, CFStringRef userName
         fail(error);
         return false;
     }
-    fillValues(domain, written);
+    domain.file = std::move(written);
     domain.loaded = true;
     domain.pending.clear();
     return true;

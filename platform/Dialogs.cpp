@@ -4,9 +4,8 @@
 #include <Carbon/Dialogs.h>
 
 #include "platform/alert_presenter.h"
+#include "platform/plist_file.h"
 #include "platform/text_codec.h"
-
-#include <plist/plist.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -14,7 +13,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 
@@ -197,33 +195,21 @@ std::optional<std::string> alertResourceText(SInt16 id) {
     char const* path = std::getenv("VELMORA_ALERT_RESOURCES");
     if (path == nullptr || *path == '\0')
         return std::nullopt;
+    // Read no more than a preference file may hold, whatever the path names.
+    constexpr std::size_t kMaxResourceFile = 16u * 1024u * 1024u;
     std::ifstream file(path, std::ios::binary);
-    std::string const data((std::istreambuf_iterator<char>(file)),
-                           std::istreambuf_iterator<char>());
-    if (!file.good() && !file.eof())
+    std::string data(kMaxResourceFile + 1, '\0');
+    file.read(data.data(), static_cast<std::streamsize>(data.size()));
+    data.resize(static_cast<std::size_t>(file.gcount()));
+    if (file.bad() || data.size() > kMaxResourceFile)
         return std::nullopt;
-    if (data.empty() || data.size() > UINT32_MAX)
+    velmora::plist::Dictionary resources;
+    if (resources.Parse(data) != velmora::plist::Dictionary::ParseResult::Ok)
         return std::nullopt;
-    plist_t root = nullptr;
-    auto const size = static_cast<uint32_t>(data.size());
-    if (plist_is_binary(data.data(), size))
-        plist_from_bin(data.data(), size, &root);
-    else
-        plist_from_xml(data.data(), size, &root);
-    if (root == nullptr)
+    velmora::plist::Value value;
+    if (!resources.Find(std::to_string(id), value) || !std::holds_alternative<std::string>(value))
         return std::nullopt;
-    std::optional<std::string> text;
-    if (plist_get_node_type(root) == PLIST_DICT) {
-        plist_t const node = plist_dict_get_item(root, std::to_string(id).c_str());
-        if (node != nullptr && plist_get_node_type(node) == PLIST_STRING) {
-            uint64_t length = 0;
-            char const* s = plist_get_string_ptr(node, &length);
-            if (s != nullptr)
-                text = std::string(s, static_cast<std::size_t>(length));
-        }
-    }
-    plist_free(root);
-    return text;
+    return std::get<std::string>(std::move(value));
 }
 
 CFStringRef retained(CFStringRef s) {

@@ -3,16 +3,22 @@
 // the old file or the new one, never a torn one.
 #include "platform/prefs_files.h"
 
+#include <velmora/platform_testing.h>
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <thread>
 
 namespace velmora::prefs {
 
@@ -254,28 +260,64 @@ bool replaceFile(int dir, std::string const& folderPath, std::string const& name
     return true;
 }
 
-Fd lockFile(int dir, std::string const& path, std::string const& name, mode_t mode,
+// Only those who may write the file may open its lock: anyone who could open it could hold
+// flock on it and stall every writer. So the lock keeps the file's permission classes that
+// can write (0644 gives 0600, 0664 gives 0660) and belongs to the folder's owner.
+mode_t lockModeOf(mode_t fileMode) {
+    mode_t mode = 0;
+    for (mode_t const write : {S_IWUSR, S_IWGRP, S_IWOTH})
+        if (fileMode & write)
+            mode |= write | (write << 1); // the class's read and write bits
+    return mode;
+}
+
+std::atomic<double> g_lockTimeout{kLockTimeoutSeconds};
+
+Fd lockFile(int dir, std::string const& path, std::string const& name, mode_t fileMode,
             std::string& error) {
+    mode_t const mode = lockModeOf(fileMode);
     int const flags = O_RDONLY | O_NOFOLLOW | O_CLOEXEC;
     Fd fd(::openat(dir, name.c_str(), flags | O_CREAT | O_EXCL, mode));
-    if (fd.Valid()) {
-        if (::fchmod(fd.Get(), mode) != 0) {
-            error = describe(path, errno);
-            return Fd();
-        }
-    } else if (errno == EEXIST) {
+    if (!fd.Valid() && errno == EEXIST)
         fd.Reset(::openat(dir, name.c_str(), flags | O_NONBLOCK));
-    }
     struct stat st {};
-    if (!fd.Valid() || ::fstat(fd.Get(), &st) != 0 || !S_ISREG(st.st_mode)) {
-        error = fd.Valid() ? path + ": not a regular file" : describe(path, errno);
+    struct stat folder {};
+    if (!fd.Valid() || ::fstat(fd.Get(), &st) != 0 || ::fstat(dir, &folder) != 0) {
+        error = describe(path, errno);
         return Fd();
     }
-    while (::flock(fd.Get(), LOCK_EX) != 0) {
-        if (errno != EINTR) {
+    if (!S_ISREG(st.st_mode)) {
+        error = path + ": not a regular file";
+        return Fd();
+    }
+    // Set on every use, so that a lock file left with a looser mode is tightened.
+    bool const mine = st.st_uid == ::geteuid();
+    if (((st.st_mode & 07777) != mode && (mine || ::geteuid() == 0) &&
+         ::fchmod(fd.Get(), mode) != 0) ||
+        (st.st_uid != folder.st_uid && ::geteuid() == 0 &&
+         ::fchown(fd.Get(), folder.st_uid, static_cast<gid_t>(-1)) != 0)) {
+        error = describe(path, errno);
+        return Fd();
+    }
+    // A bounded wait: another writer holds the lock for milliseconds, so a lock held for
+    // seconds is held by a stuck or hostile process, and waiting on would hang the caller.
+    auto const deadline =
+        std::chrono::steady_clock::now() + std::chrono::duration<double>(g_lockTimeout.load());
+    auto pause = std::chrono::microseconds(500);
+    while (::flock(fd.Get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK && errno != EINTR) {
             error = describe(path, errno);
             return Fd();
         }
+        if (std::chrono::steady_clock::now() >= deadline) {
+            char seconds[32];
+            std::snprintf(seconds, sizeof seconds, "%g", g_lockTimeout.load());
+            error = path + ": locked by another process for more than " + seconds +
+                    " s; nothing was written";
+            return Fd();
+        }
+        std::this_thread::sleep_for(pause);
+        pause = std::min(pause * 2, std::chrono::microseconds(50000));
     }
     return fd;
 }
@@ -360,3 +402,7 @@ std::vector<std::string> ListFolder(Folder const& folder) {
 }
 
 } // namespace velmora::prefs
+
+void VelmoraSetPreferencesLockTimeoutForTesting(double seconds) {
+    velmora::prefs::g_lockTimeout = seconds < 0 ? velmora::prefs::kLockTimeoutSeconds : seconds;
+}

@@ -14,6 +14,8 @@ namespace velmora::prefs {
 
 // Files larger than this are refused, read or written.
 constexpr std::size_t kMaxFileSize = 16u * 1024u * 1024u;
+// How long a writer waits for another process's lock before it gives up.
+constexpr double kLockTimeoutSeconds = 10.0;
 
 // The folder of one scope: base is chosen by the environment and may be reached through
 // symbolic links; components are the store's own folders below it, which never are.

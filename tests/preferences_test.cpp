@@ -181,11 +181,12 @@ TEST_F(Preferences, AKilledWriterLeavesAWholeFileWithEveryConfirmedKey) {
     std::vector<std::string> confirmed;
     for (int round = 0; round < 20; ++round) {
         std::string const prefix = "r" + std::to_string(round) + ".";
-        // The shell prints its pid, which the writer keeps, and the writer each confirmed key.
-        FILE* const acks = ::popen(
-            ("echo $$; exec " VELMORA_PREFS_HELPER " loop com.velmora.crash " + prefix + " 0")
-                .c_str(),
-            "r");
+        // The shell prints its pid, which the writer keeps (an emulator, in a cross build, runs
+        // in that same process), and the writer each confirmed key.
+        std::string const writer = "echo $$; exec $VELMORA_TEST_EMULATOR " VELMORA_PREFS_HELPER
+                                   " loop com.velmora.crash " +
+                                   prefix + " 0";
+        FILE* const acks = ::popen(writer.c_str(), "r");
         long pid = 0, n = 0;
         ASSERT_EQ(std::fscanf(acks, "%ld %ld", &pid, &n), 2);
         // Kill at a different moment each round, once the writer is in its loop.
@@ -210,6 +211,35 @@ std::string repeat(std::string const& text, int times) {
     return out;
 }
 
+std::string bigEndian(std::uint64_t v, int bytes) {
+    std::string out;
+    while (bytes-- > 0)
+        out += char((v >> (8 * bytes)) & 0xFF);
+    return out;
+}
+std::string ref(std::uint64_t object) {
+    return bigEndian(object, 2);
+}
+
+// A binary property list of these objects, object 0 the root, with 2-byte references.
+std::string binaryPlist(std::vector<std::string> const& objects) {
+    std::string out = "bplist00", table;
+    for (auto const& object : objects)
+        table += bigEndian(out.size(), 4), out += object;
+    return out + table + std::string(6, '\0') + "\x04\x02" + bigEndian(objects.size(), 8) +
+           bigEndian(0, 8) + bigEndian(out.size(), 8);
+}
+
+// A dictionary {k: arrays nested depth deep, l: a reference past the last object}.
+std::string deepThenOutOfRange(int depth) {
+    std::vector<std::string> objects = {"\xD2" + ref(1) + ref(2) + ref(3) + ref(0xFFFF), "\x51k",
+                                        "\x51l"};
+    for (int i = 0; i < depth; ++i)
+        objects.push_back("\xA1" + ref(objects.size() + 1));
+    objects.push_back("\x09");
+    return binaryPlist(objects);
+}
+
 TEST_F(Preferences, ABadFileIsSetAsideByteForByte) {
     Domain const d{CFSTR("com.velmora.bad")};
     std::string const path = d.File();
@@ -225,6 +255,18 @@ TEST_F(Preferences, ABadFileIsSetAsideByteForByte) {
         // Deeper than the store accepts, so a parser that recurses cannot be driven too far.
         {"nested 300 deep", "<plist><dict><key>k</key>" + repeat("<array>", 300) +
                                 repeat("</array>", 300) + "</dict></plist>"},
+        {"nested 300 deep behind comments", "<plist><dict><key>k</key>" +
+                                                repeat("<array><!--</array>-->", 300) +
+                                                repeat("</array>", 300) + "</dict></plist>"},
+        {"binary nested 300 deep, then a reference out of range", deepThenOutOfRange(300)},
+        {"binary cycle", binaryPlist({"\xD1" + ref(1) + ref(2), "\x51k", "\xA1" + ref(2)})},
+        {"binary key that is a number",
+         binaryPlist({"\xD1" + ref(1) + ref(2), "\x10\x05", "\x09"})},
+        {"binary offset past the objects",
+         good.substr(0, good.size() - 33) + "\x7F" + good.substr(good.size() - 32)},
+        {"binary trailer counting 2^60 objects", good.substr(0, good.size() - 24) +
+                                                     bigEndian(1ull << 60, 8) +
+                                                     good.substr(good.size() - 16)},
     };
     for (auto const& [name, bytes] : rows) {
         fs::remove_all(fs::path(path).parent_path());
@@ -240,6 +282,79 @@ TEST_F(Preferences, ABadFileIsSetAsideByteForByte) {
                 aside.push_back(ReadFile(entry.path()));
         EXPECT_EQ(aside, std::vector<std::string>{bytes}) << name;
         EXPECT_TRUE(CFEqual(d.Copy(CFSTR("new")).get(), CFSTR("1"))) << name;
+    }
+}
+
+// XML as other tools write it: every form of text, number and data the format allows.
+TEST_F(Preferences, XmlOfEveryFormReadsAsItsValue) {
+    Domain const d{CFSTR("com.velmora.xml")};
+    UInt8 const bytes[] = {'a', 'b', 'c', 'd'};
+    double const real = -2.5e-3;
+    std::tuple<char const*, std::string, Ref> const rows[] = {
+        {"entities", "<string>&lt;a&amp;b&gt; &quot;&apos; &#233;&#x1F600;</string>",
+         Str("<a&b> \"' é😀")},
+        {"cdata and comment", "<string>x<![CDATA[<&>]]><!-- c -->y</string>", Str("x<&>y")},
+        {"empty", "<string/>", Str("")},
+        {"hex", "<integer> 0x7f </integer>", Int(127)},
+        {"signed", "<integer>-9223372036854775808</integer>", Int(INT64_MIN)},
+        {"real", "<real>-2.5e-3</real>", Ref(CFNumberCreate(nullptr, kCFNumberFloat64Type, &real))},
+        {"true", "<true/>", Int(1)},
+        {"data", "<data>\n\tYWJj\n\tZA==\n</data>",
+         Ref(CFDataCreate(nullptr, bytes, sizeof bytes))},
+    };
+    std::string xml =
+        "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- made by hand -->"
+        "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"x.dtd\">"
+        "<plist version='1.0' note=\"a>b\"><dict>";
+    for (auto const& [key, value, expected] : rows)
+        xml += std::string("<key>") + key + "</key>\n  " + value;
+    fs::create_directories(fs::path(d.File()).parent_path());
+    WriteFile(d.File(), xml + "</dict></plist>\n");
+    for (auto const& [key, value, expected] : rows)
+        EXPECT_TRUE(CFEqual(d.Copy(CFStringRef(Str(key).get())).get(), expected.get())) << key;
+}
+
+// Files the store reads but libplist does not: what it can map reads as usual, the rest is
+// written back unchanged, and shared objects stay shared instead of being copied out.
+TEST_F(Preferences, HostileButWellFormedFilesAreKeptAsTheyAre) {
+    Domain const d{CFSTR("com.velmora.odd")};
+    std::string const path = d.File();
+    std::string shared = "\xA8" + repeat(ref(4), 8); // 8^40 values once expanded
+    std::vector<std::string> exponential = {"\xD2" + ref(1) + ref(2) + ref(3) + ref(4), "\x51k",
+                                            "\x51l", "\x51v"};
+    for (int level = 0; level < 40; ++level)
+        exponential.push_back("\xA8" + repeat(ref(exponential.size() + 1), 8));
+    exponential.push_back("\x09");
+    struct Row {
+        char const* name;
+        std::string bytes;
+        CFStringRef k;    // the value of "k"
+        CFIndex keys;     // the keys listed once "new" is written
+        std::string kept; // bytes the rewritten file still holds
+    } const rows[] = {
+        // {"\u00e9\0": "x", "k": "v"}: a key libplist 2.2 aborts on.
+        {"key holding U+0000",
+         binaryPlist({"\xD2" + ref(1) + ref(2) + ref(3) + ref(4),
+                      std::string("\x62\x00\xE9\x00\x00", 5), "\x51k", "\x51x", "\x51v"}),
+         CFSTR("v"), 2, std::string("\x62\x00\xE9\x00\x00", 5)},
+        {"shared arrays", binaryPlist(exponential), CFSTR("v"), 3, ""},
+    };
+    for (auto const& row : rows) {
+        fs::remove_all(fs::path(path).parent_path());
+        fs::create_directories(fs::path(path).parent_path());
+        WriteFile(path, row.bytes);
+        VelmoraResetPreferencesForTesting();
+        EXPECT_TRUE(CFEqual(d.Copy(CFSTR("k")).get(), row.k)) << row.name;
+        d.Set(CFSTR("new"), CFSTR("1"));
+        ASSERT_TRUE(d.Sync()) << row.name;
+        std::string const written = ReadFile(path);
+        EXPECT_LT(written.size(), row.bytes.size() + 64) << row.name;
+        EXPECT_NE(written.find(row.kept), std::string::npos) << row.name;
+        // Nothing set aside: the folder holds the file and its lock.
+        fs::directory_iterator const folder(fs::path(path).parent_path());
+        EXPECT_EQ(std::distance(folder, fs::directory_iterator()), 2) << row.name;
+        VelmoraResetPreferencesForTesting();
+        EXPECT_EQ(CFArrayGetCount(static_cast<CFArrayRef>(d.Keys().get())), row.keys) << row.name;
     }
 }
 
@@ -321,7 +436,7 @@ TEST_F(Preferences, ModesDoNotDependOnTheUmask) {
                                       folder, folder.parent_path()})
                 modes.push_back(unsigned(fs::symlink_status(p).permissions()));
             EXPECT_EQ(modes, (user == kCFPreferencesAnyUser
-                                  ? std::vector<unsigned>{0644, 0644, 0755, 0755}
+                                  ? std::vector<unsigned>{0644, 0600, 0755, 0755}
                                   : std::vector<unsigned>{0600, 0600, 0700, 0700}))
                 << "umask " << mask << " " << Utf8(user);
         }
