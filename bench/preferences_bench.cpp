@@ -65,7 +65,15 @@ void BM_LoadDomainFromFile(benchmark::State& state) {
         CFRelease(value);
     }
 }
-BENCHMARK(BM_LoadDomainFromFile)->Arg(10)->Arg(1000);
+BENCHMARK(BM_LoadDomainFromFile)->Arg(10)->Arg(1000)->Arg(200000)->Unit(benchmark::kMillisecond);
+
+// Setting K new keys and synchronising them at once: linear but for the sort of the keys, so
+// 4x the keys should cost little more than 4x the time.
+void BM_SynchronizeNewKeys(benchmark::State& state) {
+    for (auto _ : state)
+        benchmark::DoNotOptimize(FreshDomain(static_cast<int>(state.range(0))));
+}
+BENCHMARK(BM_SynchronizeNewKeys)->Arg(50000)->Arg(200000)->Unit(benchmark::kMillisecond);
 
 void BM_SynchronizeOneChange(benchmark::State& state) {
     CFStringRef const domain = FreshDomain(static_cast<int>(state.range(0)));
@@ -80,6 +88,6 @@ void BM_SynchronizeOneChange(benchmark::State& state) {
         ++n;
     }
 }
-BENCHMARK(BM_SynchronizeOneChange)->Arg(10)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_SynchronizeOneChange)->Arg(10)->Arg(1000)->Arg(200000)->Unit(benchmark::kMicrosecond);
 
 } // namespace
