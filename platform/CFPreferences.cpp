@@ -490,3 +490,76 @@ CFArrayRef VelmoraPreferencesCopyDomainList(CFStringRef userName, CFStringRef ho
 CFStringRef VelmoraPreferencesCopyLastError(void) {
     return t_lastError.empty() ? nullptr : createUtf8String(t_lastError);
 }
+
+CFDataRef VelmoraPreferencesCopyDomainData(CFStringRef applicationID, CFStringRef userName,
+                                           CFStringRef hostName, Boolean xml) {
+    t_lastError.clear();
+    Scope scope;
+    std::string name;
+    if (!domainOf(applicationID, userName, hostName, scope, name))
+        return nullptr;
+    velmora::plist::Dictionary dict;
+    std::string error;
+    Folder folder;
+    std::string file;
+    {
+        Store& s = store();
+        std::lock_guard<std::mutex> lock(s.mutex);
+        folder = s.FolderOf(scope);
+        file = name + s.FileSuffix(scope);
+    }
+    switch (velmora::prefs::ReadDomainFile(folder, file, dict, error)) {
+    case ReadStatus::Missing:
+        return nullptr;
+    case ReadStatus::Unreadable:
+        fail(error);
+        return nullptr;
+    case ReadStatus::Corrupt:
+        fail(folder.Path() + "/" + file + ": not a property list with a dictionary root");
+        return nullptr;
+    case ReadStatus::Ok:
+        break;
+    }
+    std::string bytes;
+    if (!(xml ? dict.ToXml(bytes) : dict.ToBinary(bytes))) {
+        fail(folder.Path() + "/" + file +
+             ": holds what an XML property list cannot carry (text with U+0000, a null, or "
+             "more than 64 MiB once shared objects are written out)");
+        return nullptr;
+    }
+    return CFDataCreate(nullptr, reinterpret_cast<UInt8 const*>(bytes.data()),
+                        static_cast<CFIndex>(bytes.size()));
+}
+
+Boolean VelmoraPreferencesReplaceDomain(CFStringRef applicationID, CFStringRef userName,
+                                        CFStringRef hostName, CFDataRef data) {
+    t_lastError.clear();
+    Scope scope;
+    std::string name;
+    if (!domainOf(applicationID, userName, hostName, scope, name))
+        return false;
+    velmora::plist::Dictionary replacement;
+    if (data != nullptr) {
+        auto const* d = as<__CFData>(data);
+        if (d == nullptr || d->bytes.size() > velmora::prefs::kMaxFileSize ||
+            replacement.Parse(std::string(d->bytes.begin(), d->bytes.end())) !=
+                velmora::plist::Dictionary::ParseResult::Ok) {
+            fail("not a property list with a dictionary root (XML or binary, at most 16 MiB)");
+            return false;
+        }
+    }
+    Store& s = store();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    auto const change = [&replacement](velmora::plist::Dictionary& dict) {
+        dict = std::move(replacement);
+    };
+    velmora::plist::Dictionary written;
+    std::string error;
+    if (!velmora::prefs::UpdateDomainFile(s.FolderOf(scope), name + s.FileSuffix(scope), change,
+                                          written, error)) {
+        fail(error);
+        return false;
+    }
+    s.domains.erase({scope, name});
+    return true;
+}

@@ -14,7 +14,10 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cmath>
+#include <cstdio>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <string_view>
 
@@ -883,6 +886,193 @@ void Dictionary::Remove(std::string const& key) {
         return;
     m_entries[it->second].value = kRemoved;
     m_index.erase(it);
+}
+
+bool Dictionary::Empty() const {
+    return std::all_of(m_entries.begin(), m_entries.end(),
+                       [](Entry const& e) { return e.value == kRemoved; });
+}
+
+namespace {
+
+// An XML form bigger than this is refused: shared objects are written out once per reference,
+// so a small binary file could otherwise expand without bound.
+constexpr std::size_t kMaxXmlSize = 64u * 1024u * 1024u;
+
+void appendEscaped(std::string& x, std::string const& text) {
+    for (char c : text) {
+        if (c == '&')
+            x += "&amp;";
+        else if (c == '<')
+            x += "&lt;";
+        else if (c == '>')
+            x += "&gt;";
+        else
+            x += c;
+    }
+}
+
+void appendBase64(std::string& x, unsigned char const* p, std::size_t n) {
+    static char const digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    for (std::size_t i = 0; i < n; i += 3) {
+        std::uint32_t group = std::uint32_t(p[i]) << 16;
+        if (i + 1 < n)
+            group |= std::uint32_t(p[i + 1]) << 8;
+        if (i + 2 < n)
+            group |= p[i + 2];
+        x += digits[(group >> 18) & 63];
+        x += digits[(group >> 12) & 63];
+        x += i + 1 < n ? digits[(group >> 6) & 63] : '=';
+        x += i + 2 < n ? digits[group & 63] : '=';
+    }
+}
+
+void appendNumber(std::string& x, double d) {
+    if (d != d) {
+        x += "nan";
+        return;
+    }
+    if (d == std::numeric_limits<double>::infinity() ||
+        -d == std::numeric_limits<double>::infinity()) {
+        x += d > 0 ? "+infinity" : "-infinity";
+        return;
+    }
+    char buffer[64];
+    auto const result = std::to_chars(buffer, buffer + sizeof buffer, d);
+    x.append(buffer, result.ptr);
+}
+
+// Seconds since 2001-01-01 00:00:00 UTC as "YYYY-MM-DDTHH:MM:SSZ".
+bool appendDate(std::string& x, double seconds) {
+    if (!(seconds > -1e14 && seconds < 1e14)) // years outside 0..9999 and NaN
+        return false;
+    std::int64_t const whole = static_cast<std::int64_t>(std::floor(seconds));
+    std::int64_t days = (whole >= 0 ? whole : whole - 86399) / 86400;
+    std::int64_t const rest = whole - days * 86400;
+    days += daysFromCivil(2001, 1, 1);
+    // Civil date from days since 1970 (the inverse of daysFromCivil).
+    std::int64_t const z = days + 719468;
+    std::int64_t const era = (z >= 0 ? z : z - 146096) / 146097;
+    auto const doe = static_cast<unsigned>(z - era * 146097);
+    unsigned const yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    unsigned const doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    unsigned const mp = (5 * doy + 2) / 153;
+    unsigned const d = doy - (153 * mp + 2) / 5 + 1;
+    unsigned const m = mp < 10 ? mp + 3 : mp - 9;
+    std::int64_t const y = static_cast<std::int64_t>(yoe) + era * 400 + (m <= 2);
+    if (y < 0 || y > 9999)
+        return false;
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(y), m,
+                  d, static_cast<int>(rest / 3600), static_cast<int>(rest / 60 % 60),
+                  static_cast<int>(rest % 60));
+    x += buffer;
+    return true;
+}
+
+} // namespace
+
+bool Dictionary::ToXml(std::string& out) const {
+    std::string x = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                    "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+                    "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+                    "<plist version=\"1.0\">\n<dict>\n";
+    std::string text;
+    // Writes one value at depth levels of indentation; depth is at most kMaxDepth + 1, so the
+    // recursion is bounded by what the reader accepted.
+    std::function<bool(std::uint32_t, std::size_t)> value = [&](std::uint32_t object,
+                                                                std::size_t depth) {
+        if (x.size() > kMaxXmlSize)
+            return false;
+        Object const& o = m_objects[object];
+        x.append(depth, '\t');
+        switch (o.kind) {
+        case Kind::Null:
+            return false; // XML property lists have no null
+        case Kind::True:
+        case Kind::False:
+            x += o.kind == Kind::True ? "<true/>" : "<false/>";
+            break;
+        case Kind::Integer:
+            x += "<integer>" + std::to_string(static_cast<std::int64_t>(o.payload)) + "</integer>";
+            break;
+        case Kind::Unsigned128:
+            x += "<integer>" + std::to_string(o.payload) + "</integer>";
+            break;
+        case Kind::Real:
+            x += "<real>";
+            appendNumber(x, doubleOf(o.payload));
+            x += "</real>";
+            break;
+        case Kind::Date:
+            x += "<date>";
+            if (!appendDate(x, doubleOf(o.payload)))
+                return false;
+            x += "</date>";
+            break;
+        case Kind::Data:
+            x += "<data>";
+            appendBase64(x, reinterpret_cast<unsigned char const*>(m_bytes.data() + o.payload),
+                         o.count);
+            x += "</data>";
+            break;
+        case Kind::Ascii:
+        case Kind::Utf8:
+        case Kind::Utf16:
+            if (!textOf(o, m_bytes, text))
+                return false;
+            x += "<string>";
+            appendEscaped(x, text);
+            x += "</string>";
+            break;
+        case Kind::Uid:
+            x += "<dict><key>CF$UID</key><integer>" + std::to_string(o.payload) +
+                 "</integer></dict>";
+            break;
+        case Kind::Array:
+        case Kind::Set:
+        case Kind::Dict: {
+            bool const dict = o.kind == Kind::Dict;
+            std::uint32_t const n = dict ? o.count / 2 : o.count;
+            if (n == 0) {
+                x += dict ? "<dict/>" : "<array/>";
+                break;
+            }
+            x += dict ? "<dict>\n" : "<array>\n";
+            for (std::uint32_t i = 0; i < n; ++i) {
+                if (dict) {
+                    if (!textOf(m_objects[m_refs[o.payload + i]], m_bytes, text))
+                        return false;
+                    x.append(depth + 1, '\t');
+                    x += "<key>";
+                    appendEscaped(x, text);
+                    x += "</key>\n";
+                }
+                if (!value(m_refs[o.payload + (dict ? n : 0) + i], depth + 1))
+                    return false;
+            }
+            x.append(depth, '\t');
+            x += dict ? "</dict>" : "</array>";
+            break;
+        }
+        }
+        x += '\n';
+        return true;
+    };
+    for (auto const& e : m_entries) {
+        if (e.value == kRemoved)
+            continue;
+        if (!textOf(m_objects[e.key], m_bytes, text))
+            return false;
+        x += "\t<key>";
+        appendEscaped(x, text);
+        x += "</key>\n";
+        if (!value(e.value, 1))
+            return false;
+    }
+    x += "</dict>\n</plist>\n";
+    out = std::move(x);
+    return true;
 }
 
 bool Dictionary::ToBinary(std::string& out) const {

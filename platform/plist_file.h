@@ -44,9 +44,13 @@ public:
     // Sets key to value; an Unmapped value is ignored.
     void Set(std::string const& key, Value const& value);
     void Remove(std::string const& key);
-    // The dictionary as a binary property list; false when it cannot be encoded (it would not
-    // fit the format's 32-bit lengths, far beyond what the store writes).
+    // Whether no entry is left, counting those whose keys Find cannot find.
+    bool Empty() const;
+    // The dictionary as a binary property list; false when it cannot be encoded.
     bool ToBinary(std::string& out) const;
+    // The dictionary as an XML property list, as Apple's tools write it; false when it holds
+    // text XML cannot carry (U+0000, an unpaired surrogate).
+    bool ToXml(std::string& out) const;
 
     // One object of the document. Containers and text keep their bytes in the arenas below.
     enum class Kind : std::uint8_t {

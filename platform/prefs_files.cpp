@@ -367,6 +367,19 @@ bool UpdateDomainFile(Folder const& folder, std::string const& fileName,
         return false;
 
     change(dict);
+    if (dict.Empty()) {
+        // A domain with nothing left has no file, rather than an empty one.
+        if (::unlinkat(dir.Get(), fileName.c_str(), 0) != 0 && errno != ENOENT) {
+            error = describe(folderPath + "/" + fileName, errno);
+            return false;
+        }
+        if (::fsync(dir.Get()) != 0) {
+            error = describe(folderPath, errno);
+            return false;
+        }
+        written = std::move(dict);
+        return true;
+    }
     std::string out;
     if (!dict.ToBinary(out)) {
         error = folderPath + "/" + fileName + ": the preferences cannot be encoded";

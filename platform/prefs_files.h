@@ -42,7 +42,8 @@ ReadStatus ReadDomainFile(Folder const& folder, std::string const& fileName,
 
 // Under an exclusive lock on a lock file beside the file: re-reads it, sets a corrupt file
 // aside as "<file>.corrupt-<UTC time>-<pid>", applies change, and replaces the file through a
-// synced temporary file. Creates missing folders. On success written holds what was written;
+// synced temporary file, or removes it when change leaves the dictionary empty. Creates missing
+// folders. On success written holds what was written;
 // on failure nothing is changed but a corrupt file set aside, and error says why.
 bool UpdateDomainFile(Folder const& folder, std::string const& fileName,
                       std::function<void(plist::Dictionary&)> const& change,

@@ -310,8 +310,21 @@ TEST_F(Preferences, XmlOfEveryFormReadsAsItsValue) {
         xml += std::string("<key>") + key + "</key>\n  " + value;
     fs::create_directories(fs::path(d.File()).parent_path());
     WriteFile(d.File(), xml + "</dict></plist>\n");
-    for (auto const& [key, value, expected] : rows)
-        EXPECT_TRUE(CFEqual(d.Copy(CFStringRef(Str(key).get())).get(), expected.get())) << key;
+    // Exported as XML and binary and imported into another domain, every value stays the same;
+    // an import of nothing removes the domain's file.
+    Domain const copies[] = {{CFSTR("com.velmora.xml2")}, {CFSTR("com.velmora.bin")}};
+    for (Domain const& copy : copies) {
+        Ref const data(
+            VelmoraPreferencesCopyDomainData(d.name, d.user, d.host, &copy == &copies[0]));
+        ASSERT_TRUE(VelmoraPreferencesReplaceDomain(copy.name, copy.user, copy.host,
+                                                    static_cast<CFDataRef>(data.get())));
+    }
+    for (Domain const& domain : {d, copies[0], copies[1]})
+        for (auto const& [key, value, expected] : rows)
+            EXPECT_TRUE(CFEqual(domain.Copy(CFStringRef(Str(key).get())).get(), expected.get()))
+                << key << " in " << Utf8(domain.name);
+    EXPECT_TRUE(VelmoraPreferencesReplaceDomain(copies[0].name, d.user, d.host, nullptr));
+    EXPECT_FALSE(fs::exists(copies[0].File()));
 }
 
 // Files the store reads but libplist does not: what it can map reads as usual, the rest is
