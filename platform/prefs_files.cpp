@@ -76,9 +76,24 @@ bool makeBase(std::string const& base, mode_t mode, std::string& error) {
     return true;
 }
 
+// A folder shared with its group: setgid, so that what is made in it gets the folder's group,
+// and group-writable. The package makes the all-users store so for its administrators' group.
+bool isShared(struct stat const& st) {
+    return (st.st_mode & (S_ISGID | S_IWGRP)) == (S_ISGID | S_IWGRP);
+}
+
+bool inGroup(gid_t gid) {
+    if (gid == ::getegid())
+        return true;
+    gid_t groups[256];
+    int const n = ::getgroups(256, groups);
+    return std::find(groups, groups + std::max(n, 0), gid) != groups + std::max(n, 0);
+}
+
 // Opens the scope's folder. Without create, a missing folder gives an invalid Fd with
 // missing set. With create, missing folders are made with the scope's mode whatever the
-// umask, and every store folder must belong to this user or root.
+// umask (shared like their parent when it is shared), and every store folder must belong to
+// this user or root, or be shared with a group this user is in.
 Fd openFolder(Folder const& folder, bool create, bool& missing, std::string& error) {
     missing = false;
     if (folder.base.empty() || folder.base[0] != '/') {
@@ -94,6 +109,7 @@ Fd openFolder(Folder const& folder, bool create, bool& missing, std::string& err
         return Fd();
     }
     std::string path = folder.base;
+    struct stat parent {};
     for (auto const& name : folder.components) {
         path += "/" + name;
         int const flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
@@ -117,15 +133,19 @@ Fd openFolder(Folder const& folder, bool create, bool& missing, std::string& err
             return Fd();
         }
         if (create) {
+            bool const sharedParent = &name != &folder.components.front() && isShared(parent);
+            mode_t const mode = folder.folderMode | (sharedParent ? S_ISGID | S_IRWXG : 0);
             struct stat st {};
-            if (made && ::fchmod(next.Get(), folder.folderMode) != 0) {
+            if (made && ::fchmod(next.Get(), mode) != 0) {
                 error = describe(path, errno);
                 return Fd();
             }
-            if (::fstat(next.Get(), &st) != 0 || (st.st_uid != ::geteuid() && st.st_uid != 0)) {
+            if (::fstat(next.Get(), &st) != 0 || !(st.st_uid == ::geteuid() || st.st_uid == 0 ||
+                                                   (isShared(st) && inGroup(st.st_gid)))) {
                 error = path + ": the folder belongs to another user";
                 return Fd();
             }
+            parent = st;
         }
         dir = std::move(next);
     }
@@ -351,8 +371,15 @@ bool UpdateDomainFile(Folder const& folder, std::string const& fileName,
     if (!dir.Valid())
         return false;
     std::string const folderPath = folder.Path();
+    // In a shared folder the group may write what the scope's mode lets its owner write.
+    struct stat st {};
+    if (::fstat(dir.Get(), &st) != 0) {
+        error = describe(folderPath, errno);
+        return false;
+    }
+    mode_t const fileMode = folder.fileMode | (isShared(st) ? S_IRGRP | S_IWGRP : 0);
     std::string const lockName = "." + fileName + ".lock";
-    Fd lock = lockFile(dir.Get(), folderPath + "/" + lockName, lockName, folder.fileMode, error);
+    Fd lock = lockFile(dir.Get(), folderPath + "/" + lockName, lockName, fileMode, error);
     if (!lock.Valid())
         return false;
 
@@ -389,7 +416,7 @@ bool UpdateDomainFile(Folder const& folder, std::string const& fileName,
         error = folderPath + "/" + fileName + ": would be larger than 16 MiB";
         return false;
     }
-    if (!replaceFile(dir.Get(), folderPath, fileName, folder.fileMode, out, error))
+    if (!replaceFile(dir.Get(), folderPath, fileName, fileMode, out, error))
         return false;
     written = std::move(dict);
     return true;

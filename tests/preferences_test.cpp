@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <grp.h>
 #include <pwd.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -80,15 +81,15 @@ std::map<std::string, std::string> Snapshot(std::string const& root, bool withLo
     return tree;
 }
 
-// Runs body in a forked copy of this process, as the user nobody when asked and this process
-// is root (so that permission bits bind it); the result is body's value, 120 when the switch
-// failed, or -1 when the child did not exit.
-int InChild(bool asNobody, std::function<int()> const& body) {
+// Runs body in a forked copy of this process, as user uid with the groups gids (the first one
+// primary) when uid is not 0 and this process is root (so that permission bits bind it); the
+// result is body's value, 120 when the switch failed, or -1 when the child did not exit.
+int InChild(uid_t uid, std::vector<gid_t> const& gids, std::function<int()> const& body) {
     pid_t const pid = ::fork();
     if (pid == 0) {
-        passwd const* nobody = ::getpwnam("nobody");
-        if (asNobody && ::geteuid() == 0 &&
-            (nobody == nullptr || ::setgid(nobody->pw_gid) != 0 || ::setuid(nobody->pw_uid) != 0))
+        if (uid != 0 && ::geteuid() == 0 &&
+            (::setgroups(gids.size(), gids.data()) != 0 || ::setgid(gids.at(0)) != 0 ||
+             ::setuid(uid) != 0))
             ::_exit(120);
         VelmoraResetPreferencesForTesting();
         ::_exit(body());
@@ -96,6 +97,13 @@ int InChild(bool asNobody, std::function<int()> const& body) {
     int status = 0;
     ::waitpid(pid, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+int InChild(bool asNobody, std::function<int()> const& body) {
+    passwd const* nobody = ::getpwnam("nobody");
+    if (!asNobody || nobody == nullptr)
+        return asNobody ? 120 : InChild(0, {}, body);
+    return InChild(nobody->pw_uid, {nobody->pw_gid}, body);
 }
 
 class Preferences : public ::testing::Test {
@@ -453,6 +461,40 @@ TEST_F(Preferences, ModesDoNotDependOnTheUmask) {
                                   : std::vector<unsigned>{0600, 0600, 0700, 0700}))
                 << "umask " << mask << " " << Utf8(user);
         }
+}
+
+// The package makes the all-users folder setgid and writable by the administrators' group:
+// every member can then write every domain, one after the other, and nobody else can.
+TEST_F(Preferences, ASharedFolderLetsEveryMemberOfItsGroupWrite) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "needs root to play several users";
+    gid_t const admins = 4242;
+    Domain const d{CFSTR("com.velmora.shared"), kCFPreferencesAnyUser, kCFPreferencesCurrentHost};
+    fs::path const file = d.File(), byHost = file.parent_path(), system = byHost.parent_path();
+    fs::create_directories(system);
+    fs::permissions(m_dir.Path(), fs::perms(0755));
+    fs::permissions(m_dir / "root", fs::perms(0755));
+    ASSERT_EQ(::chown(system.c_str(), 0, admins), 0);
+    ASSERT_EQ(::chmod(system.c_str(), 02775), 0);
+    auto const write = [&](std::string const& key) {
+        return [&d, key] {
+            d.Set(CFStringRef(Str(key).get()), CFSTR("v"));
+            return d.Sync() ? 0 : 2;
+        };
+    };
+    EXPECT_EQ(InChild(4243, {4243, admins}, write("first")), 0);
+    EXPECT_EQ(InChild(4244, {4244, admins}, write("second")), 0);
+    EXPECT_EQ(InChild(4245, {4245}, write("outsider")), 2);
+    VelmoraResetPreferencesForTesting();
+    EXPECT_TRUE(d.Copy(CFSTR("first")) && d.Copy(CFSTR("second")) && !d.Copy(CFSTR("outsider")));
+    struct stat folder {
+    }, data{}, lock{};
+    ::stat(byHost.c_str(), &folder);
+    ::stat(file.c_str(), &data);
+    ::stat((byHost / ("." + file.filename().string() + ".lock")).c_str(), &lock);
+    EXPECT_EQ(std::tuple(folder.st_mode & 07777, folder.st_gid, data.st_mode & 07777, data.st_gid,
+                         lock.st_mode & 07777),
+              std::tuple(02775u, admins, 0664u, admins, 0660u));
 }
 
 TEST_F(Preferences, TheObserverSeesEveryCallWithItsArguments) {
