@@ -6,6 +6,9 @@ install(FILES Velmora.h DESTINATION ${VELMORA_INCLUDE_INSTALL_DIR})
 install(DIRECTORY common Util IPP UI
         DESTINATION ${VELMORA_INCLUDE_INSTALL_DIR}
         FILES_MATCHING PATTERN "*.h")
+# The module's interface, for those who write their own host.
+install(FILES installer/InstallerExtension.h installer/InstallerParamRecord.h
+        DESTINATION ${VELMORA_INCLUDE_INSTALL_DIR}/installer)
 
 set(velmora_export_targets velmora_base)
 if(NOT APPLE)
