@@ -1,6 +1,8 @@
 #include "Util/Dir.h"
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <limits.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -147,6 +149,9 @@ void Dir::GetFilenames(std::vector<String>& names, String const& filter, bool ap
     DIR* const listing = ::opendir(folder.Latin1());
     if (listing == nullptr)
         return;
+    // A status query of folder + name succeeds for every entry exactly when the folder can be
+    // searched and the path fits PATH_MAX; proven once here, that lets readdir's type answer.
+    bool const searchable = ::faccessat(AT_FDCWD, folder.Latin1(), X_OK, AT_EACCESS) == 0;
     while (dirent const* entry = ::readdir(listing)) {
         // Linux entries carry no name length; the name runs to its terminator.
         String const name(entry->d_name);
@@ -156,13 +161,14 @@ void Dir::GetFilenames(std::vector<String>& names, String const& filter, bool ap
         if (!lower.BeginsWith(prefix, true) || !lower.EndsWith(suffix, true))
             continue;
 
-        // The entry is judged by the path the folder and name make together. When that path
-        // is just folder + name, the type readdir reports is the answer and no status query is
-        // needed; a link, an unknown type or a name the path rules change (white space, "\")
-        // is queried.
+        // The entry is judged by a status query of the path the folder and name make together.
+        // When that path is just folder + name and the query is proven to succeed, the type
+        // readdir reports is the answer; a link, an unknown type or a name the path rules
+        // change (white space, "\") is queried.
         String const path = stripTrailingSlashes((m_pathFolder + name).ToSystemString());
         bool regular = false;
-        if (entry->d_type != DT_UNKNOWN && entry->d_type != DT_LNK && path == folder + name)
+        if (searchable && path.GetLength() < PATH_MAX && entry->d_type != DT_UNKNOWN &&
+            entry->d_type != DT_LNK && path == folder + name)
             regular = entry->d_type == DT_REG;
         else
             regular = isRegularFile(path);

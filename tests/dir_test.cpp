@@ -4,7 +4,9 @@
 
 #include "test_support.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <limits.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -128,6 +130,20 @@ TEST_F(DirTest, ListingWithEachFilterFormAppendAndSort) {
     // Appending sorts the earlier names in and keeps duplicates; a missing folder adds nothing.
     EXPECT_EQ(list("*.wav", {"zzz", "b.wav", "a"}, true), "A.WAV|a|b.wav|b.wav|link.wav|zzz|");
     EXPECT_EQ(list("*.wav", {"zzz"}, false), wav);
+    // A file whose path would pass PATH_MAX cannot be queried, so it is not listed.
+    std::string deep = "list";
+    int const at = ::open((m_dir / "list").c_str(), O_RDONLY | O_DIRECTORY);
+    int folder = at;
+    while ((m_dir / deep).size() < PATH_MAX - 300) {
+        ASSERT_EQ(::mkdirat(folder, std::string(200, 'd').c_str(), 0755), 0);
+        int const next = ::openat(folder, std::string(200, 'd').c_str(), O_RDONLY | O_DIRECTORY);
+        ::close(folder);
+        folder = next, deep += "/" + std::string(200, 'd');
+    }
+    for (std::string const& name : {std::string("short"), std::string(250, 'f')})
+        ::close(::openat(folder, name.c_str(), O_WRONLY | O_CREAT, 0644));
+    ::close(folder);
+    EXPECT_EQ(list("", {}, false, deep), "short|");
     EXPECT_EQ(list("", {"z", "a"}, false, "missing") + list("", {"z", "a"}, true, "missing"),
               "z|a|");
 }
@@ -139,12 +155,12 @@ TEST_F(DirTest, WhatAnUnprivilegedProcessMeets) {
     passwd const* nobody = ::getpwnam("nobody");
     if (::geteuid() == 0 && nobody == nullptr)
         GTEST_SKIP() << "needs a \"nobody\" user to drop root's privileges";
-    dir("locked").Create(false), dir("open/sub").Create(true);
-    for (char const* name : {"locked/f", "public", "secret"})
+    dir("locked").Create(false), dir("open/sub").Create(true), dir("names").Create(false);
+    for (char const* name : {"locked/f", "public", "secret", "names/a", "names/b"})
         WriteFile(m_dir / name, "x");
     for (auto const& [name, mode] :
          {std::pair("locked", 0311), std::pair("public", 0444), std::pair("secret", 0),
-          std::pair("open", 0555), std::pair("", 0555)})
+          std::pair("open", 0555), std::pair("names", 0644), std::pair("", 0555)})
         ASSERT_EQ(::chmod((m_dir / name).c_str(), mode), 0) << name;
     // Root's rights come back when the test ends, however it ends; never go on without them.
     bool const root = ::geteuid() == 0;
@@ -158,8 +174,9 @@ TEST_F(DirTest, WhatAnUnprivilegedProcessMeets) {
     File pub(FilePath((m_dir / "public").c_str())), sec(FilePath((m_dir / "secret").c_str()));
     EXPECT_TRUE(pub.IsReadable() && !pub.IsWritable() && !sec.IsReadable() && sec.Exists());
     EXPECT_THROW(pub.Remove(), FileIO);
-    // An unreadable folder lists nothing and leaves an appended list as it was.
-    EXPECT_EQ(list("", {"z", "a"}, true, "locked"), "z|a|");
+    // An unreadable folder lists nothing and leaves an appended list as it was; a folder whose
+    // names can be read but not searched lists none of them, since no status query succeeds.
+    EXPECT_EQ(list("", {"z", "a"}, true, "locked") + list("", {}, false, "names"), "z|a|");
     expectFailure("open/new", "mkdir() failed with -1/13", FileIO::WRITE_ERROR,
                   [](Dir& d) { d.Create(false); });
     expectFailure("open/sub", "rmdir() failed", FileIO::REMOVE_ERROR, [](Dir& d) { d.Remove(); });
