@@ -1,4 +1,9 @@
-// Every public header of the Velmora base library.
+/// \file
+/// Every public header of the Velmora base library.
+///
+///     #include <Velmora.h>
+///
+///     String const name = String("%1.plist").Arg("Tempest");   // "Tempest.plist"
 #pragma once
 
 #include "common/common_char.h"
@@ -22,3 +27,7 @@
 #include "Util/File.h"
 #include "Util/TickCount.h"
 #include "Util/math_utils.h"
+
+/// \namespace Util
+/// Files and folders, the typed preference store, the byte stream, CRC-16, the CoreFoundation
+/// string bridge, maths and timing.

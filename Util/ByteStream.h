@@ -1,22 +1,5 @@
-// Util::ByteStream: a growable in-memory byte buffer with a read/write position.
-//
-// The encoding, byte images and failure rules are those of Util::DataStream (see
-// Util/DataStream.h). A new stream starts at position 0, host byte order (ENDIAN_UNKNOWN)
-// and with string lengths written.
-//
-//   Util::ByteStream out;
-//   out.SetEndianType(Util::DataStream::ENDIAN_BIG);
-//   out << 1 << String("abc");          // 00 00 00 01 00 00 00 03 61 62 63
-//   Util::ByteStream in(out.GetSize(), out.GetBuffer());
-//   in.SetEndianType(Util::DataStream::ENDIAN_BIG);
-//   int i;
-//   String s;
-//   in >> i >> s;                       // 1, "abc"
-//
-// Reads never touch memory outside the data: a primitive with too few bytes left throws
-// DataStreamIO, a String or byte vector reads back empty. Writes and vector reads throw
-// nothing; an allocation failure while the buffer grows ends the process, as does a write
-// that would make the stream longer than 4 GiB - 1 bytes (its size is a 32-bit value).
+/// \file
+/// Util::ByteStream: a growable in-memory byte buffer with a read/write position.
 #pragma once
 
 #include "Util/DataStream.h"
@@ -25,18 +8,38 @@
 
 namespace Util {
 
+/// A growable in-memory byte buffer with a read/write position.
+///
+/// The encoding, byte images and failure rules are those of Util::DataStream (see
+/// Util/DataStream.h). A new stream starts at position 0, host byte order (ENDIAN_UNKNOWN)
+/// and with string lengths written.
+///
+///     Util::ByteStream out;
+///     out.SetEndianType(Util::DataStream::ENDIAN_BIG);
+///     out << 1 << String("abc");          // 00 00 00 01 00 00 00 03 61 62 63
+///     Util::ByteStream in(out.GetSize(), out.GetBuffer());
+///     in.SetEndianType(Util::DataStream::ENDIAN_BIG);
+///     int i;
+///     String s;
+///     in >> i >> s;                       // 1, "abc"
+///
+/// Reads never touch memory outside the data: a primitive with too few bytes left throws
+/// DataStreamIO, a String or byte vector reads back empty. Writes and vector reads throw
+/// nothing; an allocation failure while the buffer grows ends the process, as does a write
+/// that would make the stream longer than 4 GiB - 1 bytes (its size is a 32-bit value).
 class ByteStream : public DataStream {
 public:
-    // Empty, with storage for reserve bytes set aside.
+    /// Empty, with storage for reserve bytes set aside.
     explicit ByteStream(unsigned int reserve = 0);
-    // A copy of bytes.
+    /// A copy of bytes, read from position 0.
     explicit ByteStream(std::vector<unsigned char> const& bytes);
-    // A copy of the size bytes at data.
+    /// A copy of the size bytes at data, read from position 0.
     ByteStream(unsigned int size, unsigned char const* data);
+    /// Frees the data.
     ~ByteStream() override;
 
-    // The first byte of the data, read-only; valid until the stream next grows. May be null
-    // when the stream is empty.
+    /// The first byte of the data, read-only; valid until the stream next grows. May be null
+    /// when the stream is empty.
     unsigned char const* GetBuffer() const { return m_bytes.data(); }
 
     EndianType GetEndianType() const override;

@@ -1,4 +1,5 @@
-/* The Carbon subset that Velmora uses, provided on Linux by libvelmora_platform. */
+/// \file
+/// The Carbon subset that Velmora uses, provided on Linux by libvelmora_platform.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

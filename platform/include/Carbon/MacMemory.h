@@ -1,4 +1,5 @@
-/* Memory Manager pointer blocks. */
+/// \file
+/// Memory Manager pointer blocks.
 #pragma once
 
 #include <MacTypes.h>
@@ -7,10 +8,10 @@
 extern "C" {
 #endif
 
-/* A zero-filled block of byteCount bytes, or NULL when byteCount is negative or memory is
- * exhausted. */
+/// A zero-filled block of byteCount bytes (on the Mac only NewPtrClear zero-fills), or NULL
+/// when byteCount is negative or memory is exhausted. A zero count gives a block of its own.
 __attribute__((visibility("default"))) Ptr NewPtr(Size byteCount);
-/* Frees a block from NewPtr; NULL is ignored. */
+/// Frees a block from NewPtr; NULL is ignored.
 __attribute__((visibility("default"))) void DisposePtr(Ptr p);
 
 #ifdef __cplusplus

@@ -1,4 +1,8 @@
-/* The CoreFoundation subset that Velmora uses, provided on Linux by libvelmora_platform. */
+/// \file
+/// The CoreFoundation subset that Velmora uses, provided on Linux by libvelmora_platform.
+///
+/// One shared library holds the one CoreFoundation runtime of a process (its constant strings
+/// and UUIDs, its preference cache), as the framework does on the Mac.
 #pragma once
 
 #include <CoreFoundation/CFArray.h>
