@@ -748,8 +748,10 @@ namespace {
 
 // The UTF-8 form of a text object, false when it is not valid text or holds U+0000.
 bool textOf(Object const& o, std::string const& arena, std::string& out) {
-    char const* const p = arena.data() + o.payload;
     out.clear();
+    if (!isText(o.kind))
+        return false;
+    char const* const p = arena.data() + o.payload;
     switch (o.kind) {
     case Kind::Ascii:
         for (std::uint32_t i = 0; i < o.count; ++i)
@@ -1129,7 +1131,9 @@ bool Dictionary::ToBinary(std::string& out) const {
     for (std::uint32_t object : order) {
         offsets.push_back(bin.size());
         Object const& o = m_objects[object];
-        char const* const bytes = m_bytes.data() + o.payload;
+        // Only text and data keep bytes; for numbers the payload is the value itself.
+        char const* const bytes =
+            o.kind == Kind::Data || isText(o.kind) ? m_bytes.data() + o.payload : nullptr;
         switch (o.kind) {
         case Kind::Null:
             bin.push_back('\x00');

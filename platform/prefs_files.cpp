@@ -19,6 +19,7 @@
 #include <cstring>
 #include <ctime>
 #include <thread>
+#include <tuple>
 
 namespace velmora::prefs {
 
@@ -293,8 +294,9 @@ mode_t lockModeOf(mode_t fileMode) {
 
 std::atomic<double> g_lockTimeout{kLockTimeoutSeconds};
 
-Fd lockFile(int dir, std::string const& path, std::string const& name, mode_t fileMode,
-            std::string& error) {
+// Locks the lock file name beside fileName, the file it guards.
+Fd lockFile(int dir, std::string const& path, std::string const& name, std::string const& fileName,
+            mode_t fileMode, std::string& error) {
     mode_t const mode = lockModeOf(fileMode);
     int const flags = O_RDONLY | O_NOFOLLOW | O_CLOEXEC;
     Fd fd(::openat(dir, name.c_str(), flags | O_CREAT | O_EXCL, mode));
@@ -319,25 +321,41 @@ Fd lockFile(int dir, std::string const& path, std::string const& name, mode_t fi
         error = describe(path, errno);
         return Fd();
     }
-    // A bounded wait: another writer holds the lock for milliseconds, so a lock held for
-    // seconds is held by a stuck or hostile process, and waiting on would hang the caller.
-    auto const deadline =
-        std::chrono::steady_clock::now() + std::chrono::duration<double>(g_lockTimeout.load());
-    auto pause = std::chrono::microseconds(500);
+    // A bounded wait. Writers hold the lock for milliseconds and each leaves a new file
+    // behind, so a lock held while the file stays the same for the timeout is held by a stuck
+    // or hostile process, and waiting on would hang the caller. While others make progress
+    // the wait goes on (polling often, so that a busy writer cannot starve us), up to six
+    // times the timeout in all.
+    using Clock = std::chrono::steady_clock;
+    std::chrono::duration<double> const timeout(g_lockTimeout.load());
+    auto const start = Clock::now();
+    auto quietSince = start;
+    auto identity = [&] {
+        struct stat f {};
+        ::fstatat(dir, fileName.c_str(), &f, AT_SYMLINK_NOFOLLOW);
+        return std::tuple(f.st_ino, f.st_mtim.tv_sec, f.st_mtim.tv_nsec, f.st_size);
+    };
+    auto seen = identity();
+    auto pause = std::chrono::microseconds(100);
     while (::flock(fd.Get(), LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK && errno != EINTR) {
             error = describe(path, errno);
             return Fd();
         }
-        if (std::chrono::steady_clock::now() >= deadline) {
+        auto const now = Clock::now();
+        if (auto const current = identity(); current != seen) {
+            seen = current;
+            quietSince = now;
+        }
+        if (now - quietSince >= timeout || now - start >= 6 * timeout) {
             char seconds[32];
-            std::snprintf(seconds, sizeof seconds, "%g", g_lockTimeout.load());
+            std::snprintf(seconds, sizeof seconds, "%g", timeout.count());
             error = path + ": locked by another process for more than " + seconds +
                     " s; nothing was written";
             return Fd();
         }
         std::this_thread::sleep_for(pause);
-        pause = std::min(pause * 2, std::chrono::microseconds(50000));
+        pause = std::min(pause * 2, std::chrono::microseconds(2000));
     }
     return fd;
 }
@@ -379,7 +397,7 @@ bool UpdateDomainFile(Folder const& folder, std::string const& fileName,
     }
     mode_t const fileMode = folder.fileMode | (isShared(st) ? S_IRGRP | S_IWGRP : 0);
     std::string const lockName = "." + fileName + ".lock";
-    Fd lock = lockFile(dir.Get(), folderPath + "/" + lockName, lockName, fileMode, error);
+    Fd lock = lockFile(dir.Get(), folderPath + "/" + lockName, lockName, fileName, fileMode, error);
     if (!lock.Valid())
         return false;
 

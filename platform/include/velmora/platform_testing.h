@@ -30,8 +30,8 @@ CF_EXPORT void VelmoraSetPreferencesObserver(VelmoraPreferencesObserver observer
 /// next call reads VELMORA_PREFS_ROOT and the files afresh.
 CF_EXPORT void VelmoraResetPreferencesForTesting(void);
 
-/// How long CFPreferencesSynchronize waits for another process's lock on a file before it
-/// fails (10 s); a negative value restores that.
+/// How long CFPreferencesSynchronize waits for another process's lock on a file that does not
+/// change before it fails (10 s; six times as long in all); a negative value restores that.
 CF_EXPORT void VelmoraSetPreferencesLockTimeoutForTesting(double seconds);
 
 CF_EXTERN_C_END
