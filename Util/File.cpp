@@ -98,7 +98,8 @@ bool File::AtEnd() const {
 checked_value<unsigned> File::At() const {
     if (m_fp == nullptr)
         return checked_value<unsigned>();
-    long const position = std::ftell(m_fp);
+    // off_t rather than long: positions of 2 GiB and more on 32-bit CPUs too.
+    off_t const position = ::ftello(m_fp);
     if (position < 0)
         return checked_value<unsigned>();
     return checked_value<unsigned>(static_cast<unsigned>(position));
@@ -108,7 +109,7 @@ void File::At(unsigned position) try {
     if (m_fp == nullptr)
         THROW_FILEIO(m_pathFile, String("Attempt to seek to %1 when not open").Arg(position, 10),
                      UNEXPECTED_ERROR);
-    if (std::fseek(m_fp, static_cast<long>(position), SEEK_SET) != 0)
+    if (::fseeko(m_fp, static_cast<off_t>(position), SEEK_SET) != 0)
         THROW_FILEIO(m_pathFile, String("Seek to %1 failed").Arg(position, 10), UNEXPECTED_ERROR);
 }
 VELMORA_ONLY_FILEIO

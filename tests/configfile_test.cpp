@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -54,13 +53,12 @@ ConfigFile::GroupDatabase const kFakeGroups = {FakeGroups::list, FakeGroups::get
 
 // Stores value (released here) in one domain for the current host, bypassing ConfigFile.
 void put(bool allUsers, char const* key, CFTypeRef value) {
-    CFStringRef d = CFStringCreateWithCString(nullptr, kDomain, kCFStringEncodingUTF8);
-    CFStringRef k = CFStringCreateWithCString(nullptr, key, kCFStringEncodingUTF8);
-    CFStringRef const user = allUsers ? kCFPreferencesAnyUser : kCFPreferencesCurrentUser;
-    CFPreferencesSetValue(k, value, d, user, kCFPreferencesCurrentHost);
-    EXPECT_TRUE(CFPreferencesSynchronize(d, user, kCFPreferencesCurrentHost));
-    for (CFTypeRef r : {CFTypeRef(d), CFTypeRef(k), value})
-        CFRelease(r);
+    velmora_test::Ref const domain = velmora_test::Str(kDomain), owned(value);
+    velmora_test::Domain const d{CFStringRef(domain.get()),
+                                 allUsers ? kCFPreferencesAnyUser : kCFPreferencesCurrentUser,
+                                 kCFPreferencesCurrentHost};
+    d.Set(key, value);
+    EXPECT_TRUE(d.Sync());
 }
 auto const data = [](Bytes const& b) { return CFDataCreate(nullptr, b.data(), CFIndex(b.size())); };
 auto const number = [](long long n) { return CFNumberCreate(nullptr, kCFNumberSInt64Type, &n); };
@@ -206,21 +204,19 @@ TEST(ConfigFile, AdminFromTheSystemGroupDatabase) {
     Sandbox sandbox;
     std::string const group = sandbox.root / "group";
     velmora_test::WriteFile(group, "admin:x:4242:velmora-ed\n");
-    pid_t const child = fork();
-    if (child == 0) {
+    auto const admin = [&]() -> std::string {
         // Private first, so the bind mount cannot reach the machine's own namespace.
         if ((unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) ||
             mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
             mount(group.c_str(), "/etc/group", nullptr, MS_BIND, nullptr) != 0)
-            _exit(77);
+            return "skip: no private mount namespace here";
         setenv("USER", "velmora-ed", 1);
-        _exit(ConfigFile(kDomain).IsAdmin() ? 0 : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 77)
-        GTEST_SKIP() << "no private mount namespace here";
-    EXPECT_EQ(status, 0) << "velmora-ed is in the group admin";
+        return ConfigFile(kDomain).IsAdmin() ? "" : "velmora-ed is not in the group admin";
+    };
+    velmora_test::Outcome const outcome = velmora_test::Child(admin).Wait();
+    if (!outcome.skip.empty())
+        GTEST_SKIP() << outcome.skip;
+    EXPECT_EQ(outcome.failure, "");
 }
 
 #ifdef VELMORA_INSTALL_HOST_TOOL

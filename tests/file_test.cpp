@@ -155,6 +155,8 @@ TEST_F(FileTest, PositionsSizesAndClosing) {
     EXPECT_TRUE(f.AtEnd());
     ASSERT_EQ(::truncate((m_dir / "f").c_str(), (off_t(1) << 32) + 5), 0);
     EXPECT_EQ(f.Size().GetValue(), 5u);
+    f.At(0xC0000000u); // beyond a 32-bit long
+    EXPECT_EQ(f.At().GetValue(), 0xC0000000u);
 }
 
 // A mixed-case name reaches the file as written (the file system tells case apart), while

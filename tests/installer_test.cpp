@@ -20,15 +20,7 @@
 namespace {
 
 using namespace installer;
-
-std::string utf8(CFTypeRef value) {
-    char buffer[256];
-    if (value == nullptr || CFGetTypeID(value) != CFStringGetTypeID() ||
-        !CFStringGetCString(static_cast<CFStringRef>(value), buffer, sizeof buffer,
-                            kCFStringEncodingUTF8))
-        return "<none>";
-    return buffer;
-}
+using velmora_test::Utf8;
 
 class InstallerModule : public ::testing::Test {
 protected:
@@ -63,8 +55,8 @@ protected:
         std::string const name = call;
         static_cast<InstallerModule*>(context)->m_calls.push_back(
             name == "CFPreferencesSetValue"
-                ? "set " + utf8(key) + "=" + utf8(value) + " " + utf8(domain) + scope
-                : (name == "CFPreferencesSynchronize" ? "sync " : name + " ") + utf8(domain) +
+                ? "set " + Utf8(key) + "=" + Utf8(value) + " " + Utf8(domain) + scope
+                : (name == "CFPreferencesSynchronize" ? "sync " : name + " ") + Utf8(domain) +
                       scope);
     }
 
@@ -89,16 +81,6 @@ protected:
     static XcodFunctionBlock const& block(void* object) {
         return **static_cast<XcodFunctionBlock const* const*>(object);
     }
-    // The object's third field, after the function block and factory ID pointers.
-    static SInt32 refCount(void* object) {
-        struct Layout {
-            void const* block;
-            void const* factory;
-            SInt32 count;
-        };
-        return static_cast<Layout*>(object)->count;
-    }
-
     // Drives XCodMain as a host does, through the factory and the extension interface.
     void runXCodMain(InstallerParamRecord* record) {
         void* object = create();
@@ -141,25 +123,21 @@ std::vector<ProductRow> const kProducts = {
 };
 
 TEST_F(InstallerModule, EveryProductAndLanguageWritesItsDomainsInOrder) {
-    struct LanguageRow {
-        uint32_t code;
-        char const* value;
-    };
-    std::vector<LanguageRow> const languages = {
+    std::pair<uint32_t, char const*> const languages[] = {
         {0, "en"}, {1, "fr"}, {2, "de"},  {3, "it"},  {4, "en"},  {5, "en"},
         {6, "es"}, {7, "en"}, {10, "en"}, {11, "ja"}, {12, "en"}, {0xFFFFFFFFu, "en"},
     };
     for (auto const& product : kProducts) {
-        for (auto const& language : languages) {
+        for (auto const& [language, lang] : languages) {
             SCOPED_TRACE("product " + std::to_string(product.code) + ", language " +
-                         std::to_string(language.code));
+                         std::to_string(language));
             m_calls.clear();
-            InstallerParamRecord record = makeRecord(1000, 3, product.code, language.code, 0x40);
+            InstallerParamRecord record = makeRecord(1000, 3, product.code, language, 0x40);
             runXCodMain(&record);
             std::vector<std::string> expected;
             for (auto const& d : product.domains) {
-                expected.push_back("set Lang=" + std::string(language.value) +
-                                   " com.velmora.audioplugins." + d);
+                expected.push_back("set Lang=" + std::string(lang) + " com.velmora.audioplugins." +
+                                   d);
                 expected.push_back("sync com.velmora.audioplugins." + d);
             }
             EXPECT_EQ(m_calls, expected);
@@ -172,13 +150,10 @@ TEST_F(InstallerModule, EveryProductAndLanguageWritesItsDomainsInOrder) {
     // What was synchronised is in the files, not just in this process's cache.
     VelmoraResetPreferencesForTesting();
     for (auto const& d : kProducts[4].domains) {
-        CFStringRef const domain = CFStringCreateWithCString(
-            nullptr, ("com.velmora.audioplugins." + d).c_str(), kCFStringEncodingUTF8);
-        CFPropertyListRef const value = CFPreferencesCopyValue(
-            CFSTR("Lang"), domain, kCFPreferencesAnyUser, kCFPreferencesCurrentHost);
-        EXPECT_EQ(utf8(value), "en") << d;
-        CFRelease(value);
-        CFRelease(domain);
+        velmora_test::Ref const name = velmora_test::Str("com.velmora.audioplugins." + d);
+        velmora_test::Domain const domain{CFStringRef(name.get()), kCFPreferencesAnyUser,
+                                          kCFPreferencesCurrentHost};
+        EXPECT_EQ(Utf8(domain.Copy("Lang").get()), "en") << d;
     }
 }
 
@@ -248,21 +223,15 @@ TEST_F(InstallerModule, FactoryAndInterfaceObjectCountReferences) {
     for (auto const& r : rows) {
         SCOPED_TRACE(r.name);
         void* object = create();
-        ASSERT_EQ(refCount(object), 1);
         EXPECT_EQ(block(object).reserved, nullptr);
         void* out = &out;
         EXPECT_EQ(block(object).QueryInterface(object, r.iid, &out), r.result);
-        if (r.result == S_OK) {
-            EXPECT_EQ(out, object);
-            EXPECT_EQ(refCount(object), 2);
-            EXPECT_EQ(block(object).AddRef(object), 3u);
-            EXPECT_EQ(block(object).Release(object), 2u);
-            EXPECT_EQ(block(object).Release(object), 1u);
-        } else {
-            EXPECT_EQ(out, nullptr);
-            EXPECT_EQ(refCount(object), 1);
-        }
-        EXPECT_EQ(block(object).Release(object), 0u);
+        EXPECT_EQ(out, r.result == S_OK ? object : nullptr);
+        // The factory's reference, and one more for an interface found.
+        ULONG const count = r.result == S_OK ? 2 : 1;
+        EXPECT_EQ(block(object).AddRef(object), count + 1);
+        for (ULONG left = count + 1; left-- > 0;)
+            EXPECT_EQ(block(object).Release(object), left);
     }
 }
 

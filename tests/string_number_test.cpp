@@ -37,16 +37,16 @@ TEST(StringNumber, IntegersAndFloatingPoint) {
     EXPECT_EQ((numbers<int, uint32>(
                   {{0, 2}, {36, 36}, {-255, 16}, {-1, 16}, {INT_MIN, 10}, {INT_MIN, 16}})),
               "0 10 -FF -1 -2147483648 -80000000");
-    // long and unsigned long: the same rule over all 64 bits.
-    EXPECT_EQ((numbers<long, uint32>(
-                  {{255, 2}, {LONG_MIN, 10}, {LONG_MIN, 16}, {9223372036854775807L, 36}})),
-              "11111111 -9223372036854775808 -8000000000000000 1Y2P0IJ32E8E7");
+    // long and unsigned long: the same rule over all their bits (32 on 32-bit CPUs).
+    EXPECT_EQ((numbers<long, uint32>({{255, 2}, {LONG_MIN, 10}, {LONG_MIN, 16}, {LONG_MAX, 36}})),
+              sizeof(long) == 8 ? "11111111 -9223372036854775808 -8000000000000000 1Y2P0IJ32E8E7"
+                                : "11111111 -2147483648 -80000000 ZIK0ZJ");
     // long long and unsigned long long: "%llX" in base 16, decimal in every other base.
     EXPECT_EQ((numbers<long long, uint32>({{255, 2}, {-1, 16}, {-255, 8}, {LLONG_MIN, 10}})),
               "255 FFFFFFFFFFFFFFFF -255 -9223372036854775808");
     EXPECT_EQ((numbers<unsigned long long, uint32>({{255, 16}, {18446744073709551615ULL, 36}})),
               "FF 18446744073709551615");
-    EXPECT_EQ(text(String::Number(18446744073709551615UL, 2)), std::string(64, '1'));
+    EXPECT_EQ(text(String::Number(ULONG_MAX, 2)), std::string(sizeof(long) * CHAR_BIT, '1'));
 
     unsigned int const none = 0xFFFFFFFF; // printf's default of six digits
     // An unknown format means 'f'; the precision is clamped to 99.
@@ -136,14 +136,15 @@ TEST(StringParse, IntegersAndTheRoundTripThroughNumberInEveryBase) {
             uint32 const u32 = static_cast<uint32>(b), u16 = static_cast<uint16>(b);
             int const i32 = static_cast<int>(u32), i16 = static_cast<short>(u16);
             long const small = static_cast<long>(b & 0x7FFFFFFF);
+            unsigned long const ul = static_cast<unsigned long>(b); // b, where long has 64 bits
             bool ok[6] = {};
             EXPECT_EQ(std::make_tuple(String::Number(i32, base).ToLower().ToInt(&ok[0], base),
                                       String::Number(u32, base).ToUInt(&ok[1], base),
                                       String::Number(i16, base).ToShort(&ok[2], base),
                                       String::Number(u16, base).ToUShort(&ok[3], base),
-                                      String::Number(b, base).ToUInt64(&ok[4], base),
+                                      String::Number(ul, base).ToUInt64(&ok[4], base),
                                       String::Number(small, base).ToInt64(&ok[5], base)),
-                      std::make_tuple(i32, u32, short(i16), uint16(u16), b, small))
+                      std::make_tuple(i32, u32, short(i16), uint16(u16), uint64(ul), small))
                 << "bits " << b << " base " << base;
             EXPECT_TRUE(ok[0] && ok[1] && ok[2] && ok[3] && ok[4] && ok[5]) << b << " " << base;
             // long long prints a number ToUInt64 reads back in the bases 10 and 16.
