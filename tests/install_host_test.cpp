@@ -1,5 +1,6 @@
-// End to end: the host tool drives the real module against a private preference root, and
-// the files are read back by other programs.
+// End to end: the host tool drives the real module against a private preference root and
+// reads back what it wrote. (ConfigFile.ReadsTheLanguageTheInstallerWroteForAllUsers reads it
+// as a plug-in does.)
 #include "test_support.h"
 
 #include <gtest/gtest.h>
@@ -46,6 +47,8 @@ TEST_F(InstallHost, FactoryAndDirectPathsWriteEveryDomain) {
          report(1400, {"Tempest.AU", "Tempest.PT", "Tempest.SA"}, "ja")},
         {{"--product", "1500", "--language", "German", "--direct"},
          report(1500, {"CadenzaPRO.AU", "CadenzaPRO.VST"}, "de")},
+        {{"--product", "1600", "--language", "-1"},
+         report(1600, {}, "") + "note:     the extension writes nothing for product code 1600\n"},
     };
     for (auto const& [args, expected] : rows) {
         RunResult const result = host(args);
@@ -54,67 +57,98 @@ TEST_F(InstallHost, FactoryAndDirectPathsWriteEveryDomain) {
     }
 }
 
-TEST_F(InstallHost, FilesAreApplePropertyListsReadableByOtherTools) {
-    ASSERT_EQ(host({"--product", "Tempest", "--language", "11"}).exitCode, 0);
-    std::string file;
-    for (auto const& entry : std::filesystem::directory_iterator(m_root.Path() + "/system/ByHost"))
-        if (entry.path().filename().string().rfind("com.velmora.audioplugins.Tempest.SA.", 0) == 0)
-            file = entry.path().string();
-    ASSERT_FALSE(file.empty());
-    EXPECT_EQ(file.substr(file.size() - 6), ".plist");
-    EXPECT_EQ(velmora_test::ReadFile(file).compare(0, 8, "bplist00"), 0) << file;
-    RunResult const xml = velmora_test::Run({"/usr/bin/plistutil", "-i", file});
-    ASSERT_EQ(xml.exitCode, 0) << xml.err;
-    EXPECT_NE(xml.out.find("<key>Lang</key>"), std::string::npos) << xml.out;
-    EXPECT_NE(xml.out.find("<string>ja</string>"), std::string::npos) << xml.out;
-#ifdef VELMORA_DEFAULTS_TOOL
-    RunResult const read =
-        velmora_test::Run({VELMORA_DEFAULTS_TOOL, "--all-users", "--current-host", "read",
-                           "com.velmora.audioplugins.Tempest.PT", "Lang"},
-                          env());
-    EXPECT_EQ(read.exitCode, 0) << read.err;
-    EXPECT_EQ(read.out, "ja\n");
-#endif
-}
-
 TEST_F(InstallHost, UnknownVersionReportsFailureThroughFlagsAndAlerts) {
-    RunResult const result =
-        host({"--product", "Gravel", "--language", "fr", "--direct", "--record-version", "999"});
-    EXPECT_EQ(result.exitCode, 1) << result.out << result.err;
-    EXPECT_NE(result.out.find("flags:    0x00000001"), std::string::npos) << result.out;
+    // Piped, the report so far comes before the prompt, which takes no answer from the pipe.
+    std::vector<std::string> terminal = env();
+    terminal[1] = "VELMORA_ALERTS=terminal";
+    RunResult const piped = velmora_test::Run(
+        {"/bin/sh", "-c",
+         "echo 1 | $VELMORA_TEST_EMULATOR \"$0\" --product Gravel --language fr --direct "
+         "--record-version 999 --module \"$1\" 2>&1",
+         VELMORA_INSTALL_HOST_TOOL, VELMORA_INSTALLER_MODULE},
+        terminal);
+    EXPECT_EQ(piped.exitCode, 1) << piped.out;
+    EXPECT_NE(piped.out.find("flags:    0x00000001"), std::string::npos) << piped.out;
+    EXPECT_LT(piped.out.find("call:"), piped.out.find("Unable to set language key.")) << piped.out;
     std::string const log = velmora_test::ReadFile(m_root / "alerts.jsonl");
     EXPECT_NE(log.find("Unable to set language key."), std::string::npos) << log;
     EXPECT_NE(log.find("StopAlert"), std::string::npos) << log;
+    EXPECT_EQ(log.find("\"itemHit\":1"), std::string::npos) << log;
+    // The factory path fails the same way.
+    EXPECT_EQ(host({"--product", "Gravel", "--language", "fr", "--record-version", "999"}).exitCode,
+              1);
+}
 
-    RunResult const silent =
-        host({"--product", "Gravel", "--language", "fr", "--record-version", "999"});
-    EXPECT_EQ(silent.exitCode, 1);
+// --json: one document on stdout, the same exit status; a dry run reads and writes nothing.
+// The language "011" is decimal, not octal.
+TEST_F(InstallHost, JsonReportsWhatADryRunWouldDoAndWhatTheCallDid) {
+    auto doc = [](bool dry) {
+        std::string domains;
+        for (char const* format : {"AU", "VST"})
+            domains += std::string(domains.empty() ? "" : ", ") +
+                       R"({"domain": "com.velmora.audioplugins.CadenzaPRO.)" + format +
+                       R"(", "before": null, "after": "ja", "changed": true})";
+        return R"({"product": {"name": "CadenzaPRO", "code": 1500}, "language": {"number": 11, )"
+               R"("lang": "ja"}, "dry_run": )" +
+               std::string(dry ? "true" : "false") + R"(, "call": )" +
+               (dry ? "null" : "\"factory\"") + R"(, "flags": )" + (dry ? "null" : "0") +
+               R"(, "domains": [)" + domains + R"(], "note": null, "exit": 0, "error": null})" +
+               "\n";
+    };
+    RunResult const dry =
+        host({"--product", "CadenzaPRO", "--language", "011", "--dry-run", "--json"});
+    EXPECT_EQ(std::pair(dry.exitCode, dry.out), std::pair(0, doc(true))) << dry.err;
+    EXPECT_FALSE(std::filesystem::exists(m_root / "system"));
+    RunResult const real = host({"--product", "CadenzaPRO", "--language", "011", "--json"});
+    EXPECT_EQ(std::pair(real.exitCode, real.out), std::pair(0, doc(false))) << real.err;
+}
+
+TEST_F(InstallHost, UnwritableStoreExitsThreeNamingTheDomainsAndTheStoresReason) {
+    velmora_test::WriteFile(m_root / "system", "a file where the all-users folder belongs\n");
+    std::string const why = "the preference store does not hold \"Lang\" = \"ja\" in "
+                            "com.velmora.audioplugins.Tempest.AU, com.velmora.audioplugins.Tempest."
+                            "PT, com.velmora.audioplugins.Tempest.SA: " +
+                            (m_root / "system") + ": not a folder";
+    RunResult const text = host({"--product", "Tempest", "--language", "ja"});
+    EXPECT_EQ(text.exitCode, 3);
+    EXPECT_EQ(text.err.rfind("velmora-install-host: " + why, 0), 0u) << text.err;
+    EXPECT_EQ(text.err.find('\n'), text.err.size() - 1) << "one line: " << text.err;
+    RunResult const json = host({"--product", "Tempest", "--language", "ja", "--json"});
+    EXPECT_EQ(json.exitCode, 3);
+    std::string jsonWhy;
+    for (char c : why)
+        jsonWhy += c == '"' ? std::string("\\\"") : std::string(1, c);
+    EXPECT_NE(json.out.find(R"("exit": 3, "error": ")" + jsonWhy), std::string::npos) << json.out;
 }
 
 TEST_F(InstallHost, BadArgumentsAndModulesExitWithTwoAndOneLine) {
-    struct Row {
-        std::vector<std::string> args;
-        char const* needle;
-    };
-    std::vector<Row> const rows = {
-        {{VELMORA_INSTALL_HOST_TOOL, "--product", "Nope", "--language", "ja"}, "unknown product"},
-        {{VELMORA_INSTALL_HOST_TOOL, "--product", "Tempest", "--language", "xx"},
-         "unknown language"},
-        {{VELMORA_INSTALL_HOST_TOOL, "--product", "Tempest"}, "required"},
-        {{VELMORA_INSTALL_HOST_TOOL, "--product", "Tempest", "--language", "ja", "--message", "x"},
-         "16-bit"},
-        {{VELMORA_INSTALL_HOST_TOOL, "--product", "Tempest", "--language", "ja", "--module",
+    std::pair<std::vector<std::string>, char const*> const rows[] = {
+        {{"--product", "Nope", "--language", "ja"}, "unknown product"},
+        {{"--product", "Tempest", "--language", "xx"}, "unknown language"},
+        {{"--product", "Tempest"}, "required"},
+        {{"--product", "Tempest", "--language", "ja", "--message", "0x3"}, "16-bit"},
+        {{"--product", "Tempest", "--language", "ja", "--module",
           "/nonexistent/VelmoraInstallerExtension.so"},
          "cannot load the module"},
-        {{VELMORA_INSTALL_HOST_TOOL, "--product", "Tempest", "--language", "ja", "--module",
-          "/lib/x86_64-linux-gnu/libm.so.6"},
+        {{"--product", "Tempest", "--language", "ja", "--module", VELMORA_PLATFORM_LIBRARY},
          "lacks the symbol"},
     };
-    for (auto const& r : rows) {
-        RunResult const result = velmora_test::Run(r.args, env());
-        EXPECT_EQ(result.exitCode, 2) << r.needle;
-        EXPECT_NE(result.err.find(r.needle), std::string::npos) << result.err;
-        EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << "one line: " << result.err;
+    for (auto const& [arguments, needle] : rows) {
+        for (bool json : {false, true}) {
+            std::vector<std::string> args = arguments;
+            args.insert(args.begin(), VELMORA_INSTALL_HOST_TOOL);
+            if (json)
+                args.push_back("--json");
+            RunResult const result = velmora_test::Run(args, env());
+            EXPECT_EQ(result.exitCode, 2) << needle;
+            EXPECT_NE(result.err.find(needle), std::string::npos) << result.err;
+            EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << "one line: " << result.err;
+            // With --json, stdout carries the reason alone as JSON.
+            if (json)
+                EXPECT_EQ(result.out.rfind("{\"exit\": 2, \"error\": \"", 0), 0u) << result.out;
+            else
+                EXPECT_EQ(result.out, "");
+        }
     }
 }
 

@@ -7,7 +7,8 @@ velmora_warnings(velmora_prefs_helper)
 
 add_dependencies(velmora_tests velmora_prefs_helper)
 target_compile_definitions(velmora_tests PRIVATE
-    VELMORA_PREFS_HELPER="$<TARGET_FILE:velmora_prefs_helper>")
+    VELMORA_PREFS_HELPER="$<TARGET_FILE:velmora_prefs_helper>"
+    VELMORA_VERSION="${PROJECT_VERSION}") # what the tools' --version says
 if(TARGET velmora-defaults)
     add_dependencies(velmora_tests velmora-defaults)
     target_compile_definitions(velmora_tests PRIVATE
