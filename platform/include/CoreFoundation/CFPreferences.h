@@ -59,10 +59,11 @@ CF_EXPORT CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStrin
 /// it is now, and refreshes the process's view of the domain from it. False on failure, with
 /// the pending changes kept: the file (or a folder on its way) cannot be read or written, is
 /// a symbolic link, is over 16 MiB, a folder belongs to another user, or another process has
-/// held the file's lock for 10 s while the file did not change (60 s in all while it did). A file that is not a property list with a dictionary root is
-/// renamed aside as `<file>.corrupt-<UTC time>-<pid>` before a new one is written; one that
-/// cannot be read is never overwritten. A domain left without keys has its file removed.
-/// Without pending changes nothing is written and a missing file is no failure.
+/// held the file's lock for 10 s while the file did not change (60 s in all while it did). A file
+/// that is not a property list with a dictionary root is renamed aside as `<file>.corrupt-<UTC
+/// time>-<pid>` before a new one is written; one that cannot be read is never overwritten. A domain
+/// left without keys has its file removed. Without pending changes nothing is written and a missing
+/// file is no failure.
 CF_EXPORT Boolean CFPreferencesSynchronize(CFStringRef applicationID, CFStringRef userName,
                                            CFStringRef hostName);
 
