@@ -61,6 +61,21 @@ void BM_Find_Text_Std(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }
 
+// The hard case for a naive search: text "aaa...a" and a pattern of half its length ending in
+// "b", in either case, so that every position matches almost to the end of the pattern.
+void BM_Find_HalfPattern(benchmark::State& state) {
+    auto const n = static_cast<std::size_t>(state.range(0));
+    String const s(std::string(n, 'a').c_str());
+    std::string const pattern = std::string(n / 2, 'A') + "b";
+    bool const caseSensitive = state.range(1) != 0;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(s.Find(pattern.c_str(), 0, caseSensitive));
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+
+BENCHMARK(BM_Find_HalfPattern)
+    ->ArgsProduct({{64 << 10, 1 << 20}, {0, 1}})
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Find_Char_String)->Arg(64)->Arg(4096);
 BENCHMARK(BM_Find_Char_Std)->Arg(64)->Arg(4096);
 BENCHMARK(BM_Find_CharNoCase_String)->Arg(64)->Arg(4096);

@@ -565,13 +565,14 @@ checked_value<unsigned int> String::Find(char const* s, unsigned int start,
             return checked_value<unsigned int>();
         return static_cast<unsigned int>(hit - text);
     }
-    // Positions before start take no part, so only the tail is folded.
+    // Positions before start take no part, so only the tail is folded. strstr, as above,
+    // takes linear time whatever the pattern; std::string::find can take quadratic time.
     std::string const haystack = lowerCopy(text + start);
     std::string const needle = lowerCopy(s);
-    std::string::size_type const hit = haystack.find(needle);
-    if (hit == std::string::npos)
+    char const* const hit = std::strstr(haystack.c_str(), needle.c_str());
+    if (hit == nullptr)
         return checked_value<unsigned int>();
-    return start + static_cast<unsigned int>(hit);
+    return start + static_cast<unsigned int>(hit - haystack.c_str());
 }
 
 bool String::BeginsWith(String const& s, bool caseSensitive) const {

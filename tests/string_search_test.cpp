@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <random>
 #include <string>
 #include <tuple>
@@ -90,6 +91,20 @@ TEST(StringSearch, FindFindRevBeginsWithAndEndsWith) {
     for (auto const& [s, what, start, cs, expected] : strings)
         EXPECT_EQ(pos(s.Find(what, start, cs)), expected)
             << (what ? what : "(null)") << " in " << text(s) << " from " << start;
+    // Against a plain search of the lower-cased texts, on texts full of near misses.
+    std::mt19937 rng(11);
+    for (int round = 0; round < 2000; ++round) {
+        std::string const hay = randomText(rng, "aAb", 40), what = randomText(rng, "aAb", 6);
+        std::string lowerHay = hay, lowerWhat = what;
+        for (std::string* t : {&lowerHay, &lowerWhat})
+            for (char& c : *t)
+                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        unsigned int const start = rng() % 8;
+        std::size_t const plain = start < hay.size() ? lowerHay.find(lowerWhat, start) : hay.npos;
+        EXPECT_EQ(pos(bytesOf(hay).Find(what.c_str(), start, false)),
+                  plain == hay.npos ? -1 : static_cast<int>(plain))
+            << what << " in " << hay << " from " << start;
+    }
 
     // Text, affix, case-sensitive, BeginsWith, EndsWith.
     std::vector<std::tuple<String, String, bool, bool, bool>> const affixes = {
