@@ -1,4 +1,5 @@
 // String operations beside their std::string / <charconv> equivalents on the same inputs.
+#include "common/common_path.h"
 #include "common/common_string.h"
 
 #include <benchmark/benchmark.h>
@@ -321,5 +322,23 @@ BENCHMARK(BM_Arg_LongTemplate_String)
     ->RangeMultiplier(4)
     ->Range(256, 65536)
     ->Complexity(benchmark::oN);
+
+// --- Paths --------------------------------------------------------------------------------
+
+// Cleaning and comparing a path of n "a/../" pairs: every pair is removed, so a cleaner that
+// shifts what follows after each removal takes quadratic time.
+void BM_PathCleaning(benchmark::State& state) {
+    std::string text = "/";
+    while (text.size() < static_cast<std::size_t>(state.range(0)))
+        text += "a/../";
+    FolderPath const path(String(text.c_str()));
+    FolderPath const same(String((text + "b/..").c_str()));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(path.ToString());
+        benchmark::DoNotOptimize(path == same);
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_PathCleaning)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 
 } // namespace

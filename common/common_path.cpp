@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -55,21 +57,43 @@ String cleanDirPath(String const& s) {
         if (!(text[i] == '/' && i + 1 < text.size() && text[i + 1] == '/'))
             collapsed += text[i];
 
-    std::vector<String> parts;
-    String(collapsed.c_str(), static_cast<unsigned int>(collapsed.size())).Split('/', parts);
+    // The components, empty ones included, as views of collapsed up to any zero byte (the
+    // text ends there).
+    std::vector<std::string_view> parts;
+    std::string_view const all(collapsed.c_str());
+    for (std::string_view::size_type from = 0;;) {
+        std::string_view::size_type const to = all.find('/', from);
+        parts.push_back(all.substr(from, to == all.npos ? all.npos : to - from));
+        if (to == all.npos)
+            break;
+        from = to + 1;
+    }
 
     // After a "name/.." pair is removed the walk resumes one component further on, so the
     // component right after the ".." is never examined: "a/b/../../c" gives "a/../c". This
     // skip is deliberate and kept. The root's empty component pairs like any name, so "/.."
-    // and "/a/.." give "".
-    for (std::vector<String>::size_type k = 0; k < parts.size(); ++k) {
-        if (k != 0 && parts[k] == "..") {
-            parts.erase(parts.begin() + static_cast<std::ptrdiff_t>(k - 1));
-            parts.erase(parts.begin() + static_cast<std::ptrdiff_t>(k - 1));
-            --k;
+    // and "/a/.." give "". Kept components go to a stack, so the walk takes linear time.
+    std::vector<std::string_view> kept;
+    kept.reserve(parts.size());
+    for (std::vector<std::string_view>::size_type k = 0; k < parts.size(); ++k) {
+        if (kept.empty() || parts[k] != "..") {
+            kept.push_back(parts[k]);
+            continue;
         }
+        kept.pop_back();
+        if (++k < parts.size())
+            kept.push_back(parts[k]); // the skipped component, kept unexamined
     }
-    return String::Join("/", parts);
+    std::string joined;
+    joined.reserve(collapsed.size());
+    for (auto const& part : kept) {
+        if (&part != &kept.front())
+            joined += '/';
+        joined += part;
+    }
+    if (joined.empty())
+        return String();
+    return String(joined.c_str(), static_cast<unsigned int>(joined.size()));
 }
 
 // cleanDirPath with exactly one trailing "/": "C:\Dir\" gives "C:/Dir/", "" gives "/".
