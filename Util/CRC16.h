@@ -16,9 +16,10 @@ void CRC16(unsigned short& crc, char byte);
 /// order with the form above. `CRC16("123456789", 9)` is 0xBB3D; an empty block gives 0 and
 /// data is not read when length is 0.
 ///
-/// Large blocks use carry-less multiplication where the processor has it (x86-64 PCLMULQDQ);
-/// setting the environment variable VELMORA_CRC16_PORTABLE to a non-empty value before the
-/// first call keeps to the portable table method.
+/// Large blocks use carry-less multiplication where the processor has it (x86-64: 512 bits
+/// wide with AVX-512 VPCLMULQDQ, else 128 bits wide with PCLMULQDQ). Setting the environment
+/// variable VELMORA_CRC16_PORTABLE before the first call to 128 stops at the 128-bit method,
+/// and to any other non-empty value keeps to the portable table method.
 unsigned short CRC16(char const* data, unsigned int length);
 
 } // namespace Util

@@ -61,12 +61,13 @@ TEST(CRC16, SingleBytes) {
     }
 }
 
-// Short blocks take the table loop, longer ones the folding path where the processor has it;
-// every length up to 1024 at 16 alignments crosses each boundary of both.
+// Short blocks take the table loop, longer ones the 128-bit folding and from 1024 bytes the
+// 512-bit folding where the processor has them; every length up to 2048 at 16 alignments
+// crosses each boundary of each.
 TEST(CRC16, BlocksOfEveryLengthAndAlignmentEqualTheByteFold) {
-    std::vector<char> const pool = randomBytes(1024 + 16, 7);
+    std::vector<char> const pool = randomBytes(2048 + 16, 7);
     for (std::size_t align = 0; align < 16; ++align)
-        for (std::size_t len = 0; len <= 1024; ++len) {
+        for (std::size_t len = 0; len <= 2048; ++len) {
             char const* p = pool.data() + align;
             unsigned short const expected = foldEachByte(p, len);
             ASSERT_EQ(Util::CRC16(p, static_cast<unsigned int>(len)), expected)
