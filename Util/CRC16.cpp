@@ -124,6 +124,25 @@ inline __m128i load(unsigned char const* p) {
     return _mm_loadu_si128(reinterpret_cast<__m128i const*>(p));
 }
 
+// Folds the lanes, in message order, into one, then the remaining 16-byte blocks of p, and
+// finishes the last bytes with the table loop.
+__attribute__((target("pclmul"))) std::uint16_t
+finishFolding(__m128i const* lanes, int count, unsigned char const* p, std::size_t n) {
+    __m128i const k128 =
+        _mm_set_epi64x(static_cast<long long>(kFold128High), static_cast<long long>(kFold128Low));
+    __m128i acc = lanes[0];
+    for (int i = 1; i < count; ++i)
+        acc = fold(acc, k128, lanes[i]);
+    while (n >= 16) {
+        acc = fold(acc, k128, load(p));
+        p += 16;
+        n -= 16;
+    }
+    alignas(16) unsigned char rest[16];
+    _mm_store_si128(reinterpret_cast<__m128i*>(rest), acc);
+    return crcSlicing(crcSlicing(0, rest, 16), p, n);
+}
+
 __attribute__((target("pclmul"))) std::uint16_t crcClmul(std::uint16_t crc, unsigned char const* p,
                                                          std::size_t n) {
     if (n < kClmulMinimum)
@@ -131,8 +150,6 @@ __attribute__((target("pclmul"))) std::uint16_t crcClmul(std::uint16_t crc, unsi
 
     __m128i const k1024 =
         _mm_set_epi64x(static_cast<long long>(kFold1024High), static_cast<long long>(kFold1024Low));
-    __m128i const k128 =
-        _mm_set_epi64x(static_cast<long long>(kFold128High), static_cast<long long>(kFold128Low));
 
     // Eight independent lanes of 16 bytes hide the multiplier's latency.
     __m128i lane[8];
@@ -149,18 +166,7 @@ __attribute__((target("pclmul"))) std::uint16_t crcClmul(std::uint16_t crc, unsi
         n -= 128;
     }
 
-    __m128i acc = lane[0];
-    for (int i = 1; i < 8; ++i)
-        acc = fold(acc, k128, lane[i]);
-    while (n >= 16) {
-        acc = fold(acc, k128, load(p));
-        p += 16;
-        n -= 16;
-    }
-
-    alignas(16) unsigned char rest[16];
-    _mm_store_si128(reinterpret_cast<__m128i*>(rest), acc);
-    return crcSlicing(crcSlicing(0, rest, 16), p, n);
+    return finishFolding(lane, 8, p, n);
 }
 
 // The same folding over 64-byte vectors: four accumulators of four 16-byte lanes each cover
@@ -196,22 +202,10 @@ crcClmul512(std::uint16_t crc, unsigned char const* p, std::size_t n) {
         p += 256;
         n -= 256;
     }
-    alignas(64) unsigned char lanes[256];
+    alignas(64) __m128i lanes[16];
     for (int i = 0; i < 4; ++i)
-        _mm512_store_si512(lanes + 64 * i, acc[i]);
-    __m128i const k128 =
-        _mm_set_epi64x(static_cast<long long>(kFold128High), static_cast<long long>(kFold128Low));
-    __m128i folded = load(lanes);
-    for (int i = 1; i < 16; ++i)
-        folded = fold(folded, k128, load(lanes + 16 * i));
-    while (n >= 16) {
-        folded = fold(folded, k128, load(p));
-        p += 16;
-        n -= 16;
-    }
-    alignas(16) unsigned char rest[16];
-    _mm_store_si128(reinterpret_cast<__m128i*>(rest), folded);
-    return crcSlicing(crcSlicing(0, rest, 16), p, n);
+        _mm512_store_si512(lanes + 4 * i, acc[i]);
+    return finishFolding(lanes, 16, p, n);
 }
 
 #endif // VELMORA_CRC16_CLMUL
