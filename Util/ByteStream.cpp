@@ -2,6 +2,8 @@
 
 #include "IPP/IPP_util_mac.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 
@@ -53,19 +55,36 @@ Util::Exception::DataStreamIO shortRead(unsigned int width, unsigned int positio
 namespace Util {
 
 ByteStream::ByteStream(unsigned int reserve)
-    : m_iPos(0), m_endianType(ENDIAN_UNKNOWN), m_bWriteStringLength(true) {
-    m_bytes.reserve(reserve);
+    : m_data(nullptr), m_size(0), m_capacity(0), m_iPos(0), m_endianType(ENDIAN_UNKNOWN),
+      m_bWriteStringLength(true) {
+    allocate(reserve);
 }
 
 ByteStream::ByteStream(std::vector<unsigned char> const& bytes)
-    : m_bytes(bytes), m_iPos(0), m_endianType(ENDIAN_UNKNOWN), m_bWriteStringLength(true) {}
+    : ByteStream(static_cast<unsigned int>(bytes.size()), bytes.data()) {}
 
 ByteStream::ByteStream(unsigned int size, unsigned char const* data)
-    : m_bytes(size, 0), m_iPos(0), m_endianType(ENDIAN_UNKNOWN), m_bWriteStringLength(true) {
-    IPP::Copy(size, data, m_bytes.data());
+    : m_data(nullptr), m_size(size), m_capacity(0), m_iPos(0), m_endianType(ENDIAN_UNKNOWN),
+      m_bWriteStringLength(true) {
+    allocate(size);
+    IPP::Copy(size, data, m_data);
 }
 
-ByteStream::~ByteStream() {}
+ByteStream::~ByteStream() {
+    std::free(m_data);
+}
+
+// Running out of memory ends the process, as it did when the bytes lived in a vector whose
+// growth threw inside these noexcept writers.
+void ByteStream::allocate(std::size_t capacity) noexcept {
+    if (capacity <= m_capacity)
+        return;
+    void* const grown = std::realloc(m_data, capacity);
+    if (grown == nullptr)
+        std::terminate();
+    m_data = static_cast<unsigned char*>(grown);
+    m_capacity = capacity;
+}
 
 DataStream::EndianType ByteStream::GetEndianType() const {
     return m_endianType;
@@ -87,21 +106,37 @@ bool ByteStream::swapping() const {
     return m_endianType == kOppositeOfHost;
 }
 
-unsigned char* ByteStream::reserveAtPosition(std::size_t n) noexcept {
+// The common case, a write at or before the end that fits the block, stays inline.
+inline unsigned char* ByteStream::reserveAtPosition(std::size_t n) noexcept {
+    std::size_t const end = std::size_t{m_iPos} + n;
+    if (m_iPos > m_size || end > m_capacity)
+        return growForPosition(n);
+    if (end > m_size)
+        m_size = end;
+    return m_data + m_iPos;
+}
+
+// Kept out of line, so that the common case above needs no stack frame.
+__attribute__((noinline)) unsigned char* ByteStream::growForPosition(std::size_t n) noexcept {
     uint64 const end = static_cast<uint64>(m_iPos) + n;
     // GetSize and the position are 32-bit; a longer stream could not be addressed.
     if (end > 0xFFFFFFFFu)
         std::terminate();
-    if (m_bytes.size() < end)
-        m_bytes.resize(static_cast<std::size_t>(end));
-    return m_bytes.data() + m_iPos;
+    if (end > m_capacity) {
+        std::size_t const doubled = m_capacity > 0x7FFFFFFFu ? 0xFFFFFFFFu : 2 * m_capacity;
+        allocate(std::max<std::size_t>({static_cast<std::size_t>(end), doubled, 64}));
+    }
+    if (m_iPos > m_size) // a write past the end fills the gap with zeros
+        std::memset(m_data + m_size, 0, m_iPos - m_size);
+    if (end > m_size)
+        m_size = static_cast<std::size_t>(end);
+    return m_data + m_iPos;
 }
 
 bool ByteStream::available(std::size_t n) const {
     // The classic test is m_iPos > size - n in 32-bit arithmetic, which wraps and lets the
     // read through when the whole buffer is shorter than n; that case is refused as well.
-    std::size_t const size = m_bytes.size();
-    return n <= size && m_iPos <= size - n;
+    return n <= m_size && m_iPos <= m_size - n;
 }
 
 template <typename Word>
@@ -118,7 +153,7 @@ Word ByteStream::getWord() {
     if (!available(sizeof(Word)))
         throw shortRead(static_cast<unsigned int>(sizeof(Word)), m_iPos, GetSize());
     Word w;
-    std::memcpy(&w, m_bytes.data() + m_iPos, sizeof w);
+    std::memcpy(&w, m_data + m_iPos, sizeof w);
     m_iPos += static_cast<uint32>(sizeof w);
     return swapping() ? byteSwap(w) : w;
 }
@@ -204,7 +239,7 @@ void ByteStream::readText(unsigned int length, String& s) noexcept {
         return;
     // String(p, n) stops at a zero byte, so an embedded zero cuts the text; every byte is
     // consumed all the same.
-    s = String(reinterpret_cast<char const*>(m_bytes.data() + m_iPos), length);
+    s = String(reinterpret_cast<char const*>(m_data + m_iPos), length);
     m_iPos += length;
 }
 
@@ -216,7 +251,7 @@ DataStream& ByteStream::operator>>(std::vector<unsigned char>& bytes) noexcept {
         bytes.clear();
         return *this;
     }
-    IPP::Copy(static_cast<unsigned int>(n), m_bytes.data() + m_iPos, bytes.data());
+    IPP::Copy(static_cast<unsigned int>(n), m_data + m_iPos, bytes.data());
     m_iPos += static_cast<uint32>(n);
     return *this;
 }
@@ -383,7 +418,7 @@ unsigned int ByteStream::GetPosition() const {
 }
 
 unsigned int ByteStream::GetSize() const {
-    return static_cast<unsigned int>(m_bytes.size());
+    return static_cast<unsigned int>(m_size);
 }
 
 unsigned int ByteStream::GetRemaining() const {

@@ -40,7 +40,7 @@ public:
 
     /// The first byte of the data, read-only; valid until the stream next grows. May be null
     /// when the stream is empty.
-    unsigned char const* GetBuffer() const { return m_bytes.data(); }
+    unsigned char const* GetBuffer() const { return m_data; }
 
     EndianType GetEndianType() const override;
     void SetEndianType(EndianType type) override;
@@ -101,6 +101,8 @@ public:
 private:
     // Makes room for n bytes at the position (zero-filling any gap) and returns where they go.
     unsigned char* reserveAtPosition(std::size_t n) noexcept;
+    unsigned char* growForPosition(std::size_t n) noexcept;
+    void allocate(std::size_t capacity) noexcept;
     // True when n bytes can be read at the position without leaving the data.
     bool available(std::size_t n) const;
     // Whether multi-byte values are reversed under the current endian type.
@@ -112,7 +114,11 @@ private:
     void putBytes(unsigned char const* p, std::size_t n) noexcept;
     void readText(unsigned int length, String& s) noexcept;
 
-    std::vector<unsigned char> m_bytes;
+    // The bytes live in one malloc'd block that grows geometrically and is never cleared
+    // in advance: every byte below m_size has been written, copied in or zero-filled.
+    unsigned char* m_data;
+    std::size_t m_size;
+    std::size_t m_capacity;
     uint32 m_iPos;
     EndianType m_endianType;
     bool m_bWriteStringLength;

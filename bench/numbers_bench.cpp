@@ -98,12 +98,14 @@ void formatting() {
     bench::Row("Number(int)", kSize, "velmora", [](benchmark::State& state) {
         if (String::Number(-123456) != "-123456")
             bench::Mismatch("Number(int)");
+        Ints();
         for (auto _ : state)
             for (int v : Ints())
                 benchmark::DoNotOptimize(String::Number(v));
         countValues(state);
     });
     bench::Row("Number(int)", kSize, "libc", [](benchmark::State& state) {
+        Ints(); // made before the clock runs
         for (auto _ : state)
             for (int v : Ints()) {
                 char buffer[16];
@@ -113,12 +115,14 @@ void formatting() {
         countValues(state);
     });
     bench::Row("Number(double)", kSize, "velmora", [](benchmark::State& state) {
+        Doubles();
         for (auto _ : state)
             for (double v : Doubles())
                 benchmark::DoNotOptimize(String::Number(v));
         countValues(state);
     });
     bench::Row("Number(double)", kSize, "libc", [](benchmark::State& state) {
+        Doubles();
         for (auto _ : state)
             for (double v : Doubles()) {
                 char buffer[64];
@@ -129,24 +133,28 @@ void formatting() {
     });
 #if VELMORA_BENCH_QT
     bench::Row("Number(int)", kSize, "qt", [](benchmark::State& state) {
+        Ints(); // made before the clock runs
         for (auto _ : state)
             for (int v : Ints())
                 benchmark::DoNotOptimize(QString::number(v));
         countValues(state);
     });
     bench::Row("Number(int)", kSize, "qt-bytes", [](benchmark::State& state) {
+        Ints(); // made before the clock runs
         for (auto _ : state)
             for (int v : Ints())
                 benchmark::DoNotOptimize(QByteArray::number(v));
         countValues(state);
     });
     bench::Row("Number(double)", kSize, "qt", [](benchmark::State& state) {
+        Doubles();
         for (auto _ : state)
             for (double v : Doubles())
                 benchmark::DoNotOptimize(QString::number(v, 'f', 6));
         countValues(state);
     });
     bench::Row("Number(double)", kSize, "qt-bytes", [](benchmark::State& state) {
+        Doubles();
         for (auto _ : state)
             for (double v : Doubles())
                 benchmark::DoNotOptimize(QByteArray::number(v, 'f', 6));
@@ -155,12 +163,14 @@ void formatting() {
 #endif
 #if VELMORA_BENCH_JUCE
     bench::Row("Number(int)", kSize, "juce", [](benchmark::State& state) {
+        Ints(); // made before the clock runs
         for (auto _ : state)
             for (int v : Ints())
                 benchmark::DoNotOptimize(juce::String(v));
         countValues(state);
     });
     bench::Row("Number(double)", kSize, "juce", [](benchmark::State& state) {
+        Doubles();
         for (auto _ : state)
             for (double v : Doubles())
                 benchmark::DoNotOptimize(juce::String(v, 6));
@@ -188,6 +198,7 @@ void parsing(char const* operation, std::vector<std::string> const& (*texts)(), 
             countValues(state);
         });
     bench::Row(operation, kSize, "libc", [texts, libc](benchmark::State& state) {
+        texts();
         for (auto _ : state)
             for (std::string const& t : texts())
                 benchmark::DoNotOptimize(libc(t.c_str()));

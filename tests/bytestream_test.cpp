@@ -179,4 +179,41 @@ TEST(ByteStream, RoundTripOfRandomSequences) {
     }
 }
 
+// Writes at random positions, inside the data, at its end and past it, into streams with and
+// without room reserved: the bytes match a plain model in which a write past the end first
+// fills the gap with zeros, and an empty vector writes nothing.
+TEST(ByteStream, WritesAnywhereMatchAPlainModel) {
+    std::mt19937_64 rng(20261123);
+    for (int trial = 0; trial < 200; ++trial) {
+        ByteStream s(static_cast<unsigned int>(rng() % 3 == 0 ? rng() % 300 : 0));
+        if (trial % 2)
+            s.SetEndianType(DataStream::ENDIAN_BIG);
+        Bytes model;
+        for (int step = 0; step < 60; ++step) {
+            std::size_t const position = rng() % (model.size() + 40);
+            s.SetPosition(static_cast<unsigned int>(position));
+            std::uint32_t const word = static_cast<std::uint32_t>(rng());
+            Bytes image(4);
+            if (rng() % 2) {
+                s << static_cast<unsigned int>(word);
+                for (int i = 0; i < 4; ++i)
+                    image[i] = static_cast<unsigned char>(word >> (trial % 2 ? 24 - 8 * i : 8 * i));
+            } else {
+                image.resize(rng() % 70);
+                for (unsigned char& c : image)
+                    c = static_cast<unsigned char>(rng());
+                s << image;
+            }
+            if (!image.empty() && model.size() < position + image.size()) // empty: no write
+                model.resize(position + image.size());
+            std::copy(image.begin(), image.end(), model.begin() + static_cast<long>(position));
+            ASSERT_EQ(s.GetPosition(), position + image.size());
+            ASSERT_EQ(s.GetSize(), model.size()) << "trial " << trial << ", step " << step;
+            ASSERT_TRUE(model.empty() ||
+                        std::memcmp(s.GetBuffer(), model.data(), model.size()) == 0)
+                << "trial " << trial << ", step " << step;
+        }
+    }
+}
+
 } // namespace
