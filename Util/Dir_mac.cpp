@@ -1,5 +1,7 @@
 #include "Util/Dir.h"
 
+#include "common/common_char.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <limits.h>
@@ -9,7 +11,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <exception>
+#include <string>
 
 namespace {
 
@@ -127,57 +131,112 @@ void Dir::SetTime(FileTime const& time) {
         THROW_FILEIO(String("Error setting folder time"), UNEXPECTED_ERROR);
 }
 
+namespace {
+
+// The pattern's two sides, lower case: the first "*" splits it, and without one the whole
+// pattern is a prefix. A name is compared in lower case ("A".."Z" folded) against both.
+struct NameFilter {
+    explicit NameFilter(String const& filter) {
+        String const pattern = filter.GetLength() == 0 ? String("*") : filter;
+        checked_value<unsigned int> const star = pattern.Find('*', 0, true);
+        prefix = pattern;
+        if (star.IsSet()) {
+            prefix = pattern.Left(star.GetValue());
+            suffix = pattern.Mid(star.GetValue() + 1);
+        }
+        prefix = prefix.ToLower();
+        suffix = suffix.ToLower();
+    }
+
+    bool Matches(char const* name, std::size_t length) const {
+        std::size_t const p = prefix.GetLength();
+        std::size_t const s = suffix.GetLength();
+        return p <= length && s <= length && sameFolded(name, prefix.Latin1(), p) &&
+               sameFolded(name + length - s, suffix.Latin1(), s);
+    }
+
+    static bool sameFolded(char const* text, char const* lower, std::size_t n) {
+        for (std::size_t i = 0; i < n; ++i) {
+            unsigned char const c = static_cast<unsigned char>(text[i]);
+            unsigned char const folded =
+                static_cast<unsigned int>(c - 'A') < 26u ? static_cast<unsigned char>(c + 0x20) : c;
+            if (folded != static_cast<unsigned char>(lower[i]))
+                return false;
+        }
+        return true;
+    }
+
+    String prefix;
+    String suffix;
+};
+
+} // namespace
+
 void Dir::GetFilenames(std::vector<String>& names, String const& filter, bool append) {
     if (!append)
         names.clear();
     if (!Exists())
         return;
 
-    // The first "*" splits the pattern; without one, the whole pattern is a prefix.
-    String const pattern = filter.GetLength() == 0 ? String("*") : filter;
-    checked_value<unsigned int> const star = pattern.Find('*', 0, true);
-    String prefix = pattern;
-    String suffix;
-    if (star.IsSet()) {
-        prefix = pattern.Left(star.GetValue());
-        suffix = pattern.Mid(star.GetValue() + 1);
-    }
-    prefix = prefix.ToLower();
-    suffix = suffix.ToLower();
-
+    NameFilter const nameFilter(filter);
     String const folder = m_pathFolder.ToSystemString();
     DIR* const listing = ::opendir(folder.Latin1());
     if (listing == nullptr)
         return;
-    // A status query of folder + name succeeds for every entry exactly when the folder can be
-    // searched and the path fits PATH_MAX; proven once here, that lets readdir's type answer.
+    // Each entry is judged by a status query of the path the folder and its name make
+    // together. That query succeeds for every entry exactly when the folder can be searched
+    // and the path fits PATH_MAX; proven once here, readdir's type is the answer.
     bool const searchable = ::faccessat(AT_FDCWD, folder.Latin1(), X_OK, AT_EACCESS) == 0;
+    // The path rules change a name's white space and "\"; any other name is joined to the
+    // folder as it stands whenever a probe name is, which is also proven once.
+    bool const plainJoin =
+        stripTrailingSlashes((m_pathFolder + String("x")).ToSystemString()) == folder + "x";
+    bool changedByPathRules[256];
+    for (int c = 0; c < 256; ++c)
+        changedByPathRules[c] = c == '\\' || Char(static_cast<char>(c)).IsSpace();
+    std::size_t const folderLength = folder.GetLength();
+    std::vector<std::string> found;
+
     while (dirent const* entry = ::readdir(listing)) {
         // Linux entries carry no name length; the name runs to its terminator.
-        String const name(entry->d_name);
-        if (name.GetLength() == 0 || name == "." || name == "..")
+        char const* const name = entry->d_name;
+        std::size_t const length = std::strlen(name);
+        if (length == 0 || std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0)
             continue;
-        String const lower = name.ToLower();
-        if (!lower.BeginsWith(prefix, true) || !lower.EndsWith(suffix, true))
+        if (!nameFilter.Matches(name, length))
             continue;
 
-        // The entry is judged by a status query of the path the folder and name make together.
-        // When that path is just folder + name and the query is proven to succeed, the type
-        // readdir reports is the answer; a link, an unknown type or a name the path rules
-        // change (white space, "\") is queried.
-        String const path = stripTrailingSlashes((m_pathFolder + name).ToSystemString());
+        bool plain = searchable && plainJoin && folderLength + length < PATH_MAX &&
+                     entry->d_type != DT_UNKNOWN && entry->d_type != DT_LNK;
+        for (std::size_t i = 0; plain && i < length; ++i)
+            plain = !changedByPathRules[static_cast<unsigned char>(name[i])];
         bool regular = false;
-        if (searchable && path.GetLength() < PATH_MAX && entry->d_type != DT_UNKNOWN &&
-            entry->d_type != DT_LNK && path == folder + name)
+        if (plain) {
             regular = entry->d_type == DT_REG;
-        else
-            regular = isRegularFile(path);
+        } else {
+            // A link, an unknown type or a name the path rules change: the path is built
+            // and queried as it is.
+            String const path =
+                stripTrailingSlashes((m_pathFolder + String(name)).ToSystemString());
+            if (searchable && path.GetLength() < PATH_MAX && entry->d_type != DT_UNKNOWN &&
+                entry->d_type != DT_LNK && path == folder + name)
+                regular = entry->d_type == DT_REG;
+            else
+                regular = isRegularFile(path);
+        }
         if (regular)
-            names.push_back(name);
+            found.emplace_back(name, length);
     }
     ::closedir(listing);
 
-    if (!names.empty())
+    // Sorted as plain byte strings, which order as Strings do (names hold no zero byte),
+    // and cheaper to move about than shared Strings.
+    std::sort(found.begin(), found.end());
+    bool const merge = !names.empty();
+    names.reserve(names.size() + found.size());
+    for (std::string const& name : found)
+        names.push_back(String(name.c_str(), static_cast<unsigned int>(name.size())));
+    if (merge)
         std::sort(names.begin(), names.end());
 }
 
