@@ -82,14 +82,6 @@ std::uint16_t crcSlicing(std::uint16_t crc, unsigned char const* p, std::size_t 
     return crc;
 }
 
-#if VELMORA_CRC16_CLMUL
-
-// Carry-less multiplication folding. A 16-byte block is a polynomial of degree < 128 in the
-// reflected order: bit j of the little-endian 128-bit value is the coefficient of x^(127-j).
-// Folding a block A over a distance of d bits replaces A * x^d by
-// A.high64 * (x^(d+64) mod P) + A.low64 * (x^d mod P), which has the same remainder and fits
-// in 128 bits again; the running value then only ever needs a final 16-byte table pass.
-
 // The multiplier for x^n mod P as one 64-bit operand: x * (x^(n-1) mod P), with bit k standing
 // for x^(64-k). The extra factor x makes the 127-bit product land on the 128-bit layout.
 constexpr std::uint64_t foldConstant(unsigned n) {
@@ -105,6 +97,27 @@ constexpr std::uint64_t foldConstant(unsigned n) {
             c |= std::uint64_t{1} << (63 - e);
     return c;
 }
+
+} // namespace
+
+namespace Util::detail {
+
+// The folding multipliers, for the test that derives them another way.
+std::uint64_t CRC16FoldMultiplier(unsigned n) {
+    return foldConstant(n);
+}
+
+} // namespace Util::detail
+
+namespace {
+
+#if VELMORA_CRC16_CLMUL
+
+// Carry-less multiplication folding. A 16-byte block is a polynomial of degree < 128 in the
+// reflected order: bit j of the little-endian 128-bit value is the coefficient of x^(127-j).
+// Folding a block A over a distance of d bits replaces A * x^d by
+// A.high64 * (x^(d+64) mod P) + A.low64 * (x^d mod P), which has the same remainder and fits
+// in 128 bits again; the running value then only ever needs a final 16-byte table pass.
 
 constexpr std::uint64_t kFold128Low = foldConstant(128 + 64);
 constexpr std::uint64_t kFold128High = foldConstant(128);

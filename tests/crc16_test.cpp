@@ -8,6 +8,10 @@
 #include <string>
 #include <vector>
 
+namespace Util::detail {
+std::uint64_t CRC16FoldMultiplier(unsigned n);
+}
+
 namespace {
 
 // Reflected CRC-16 with polynomial 0xA001, one bit at a time: no tables involved.
@@ -83,6 +87,43 @@ TEST(CRC16, LargeBlocksMatchTheReference) {
         EXPECT_EQ(Util::CRC16(bytes.data(), static_cast<unsigned int>(len)),
                   referenceCrc(bytes.data(), len))
             << "length " << len;
+    }
+}
+
+// x^n mod G(x) = x^16 + x^15 + x^2 + 1 by square-and-multiply with carry-less products: another
+// way to the folding multipliers than the library's shift register.
+std::uint32_t reduceModG(std::uint64_t v) {
+    for (int bit = 62; bit >= 16; --bit)
+        if ((v >> bit) & 1)
+            v ^= std::uint64_t{0x18005} << (bit - 16);
+    return static_cast<std::uint32_t>(v);
+}
+std::uint32_t mulModG(std::uint32_t a, std::uint32_t b) {
+    std::uint64_t product = 0;
+    for (int i = 0; i < 16; ++i)
+        if ((b >> i) & 1)
+            product ^= std::uint64_t{a} << i;
+    return reduceModG(product);
+}
+std::uint32_t xPowerModG(unsigned n) {
+    std::uint32_t result = 1, base = 2; // 2 is x
+    for (; n != 0; n >>= 1, base = mulModG(base, base))
+        if (n & 1)
+            result = mulModG(result, base);
+    return result;
+}
+
+// Each multiplier is x^(n-1) mod G bit-reflected into the top 16 bits of a 64-bit operand (the
+// missing factor x is the one-bit shift of a reflected carry-less product), for the folding
+// distances of 128, 1024 and 2048 bits and those plus 64.
+TEST(CRC16, FoldingMultipliersArePowersOfXModuloTheGenerator) {
+    for (unsigned n : {128u, 192u, 1024u, 1088u, 2048u, 2112u}) {
+        std::uint32_t const r = xPowerModG(n - 1);
+        std::uint64_t expected = 0;
+        for (unsigned e = 0; e < 16; ++e)
+            if ((r >> e) & 1)
+                expected |= std::uint64_t{1} << (63 - e);
+        EXPECT_EQ(Util::detail::CRC16FoldMultiplier(n), expected) << "x^" << n;
     }
 }
 
