@@ -2,13 +2,19 @@
 
 #include <Carbon/Carbon.h>
 
+#include <cfenv>
+#include <charconv>
 #include <clocale>
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <memory>
 #include <type_traits>
+
+#include <langinfo.h>
 
 namespace {
 
@@ -64,6 +70,49 @@ std::string lowerCopy(char const* s) {
 
 char const kDigits[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
+// "00", "01", .. "99": decimal digits are written two at a time, halving the divisions.
+struct DigitPairs {
+    char text[200];
+    constexpr DigitPairs() : text() {
+        for (int i = 0; i < 100; ++i) {
+            text[2 * i] = static_cast<char>('0' + i / 10);
+            text[2 * i + 1] = static_cast<char>('0' + i % 10);
+        }
+    }
+};
+constexpr DigitPairs kDigitPairs;
+
+// 10^0 to 10^9.
+uint32 const kPowersOfTen[10] = {1,      10,      100,      1000,      10000,
+                                 100000, 1000000, 10000000, 100000000, 1000000000};
+
+// Writes the decimal digits of magnitude backwards so that they end just before end, which
+// has room for 20. Below 2^32 all ten places are written, two at a time, and the first that
+// counts is returned, so that no branch depends on the length: it is as likely one as another.
+template <typename Unsigned>
+char* writeDecimal(Unsigned magnitude, char* end) {
+    char* p = end;
+    if constexpr (sizeof(Unsigned) > sizeof(uint32)) {
+        while (magnitude > 0xFFFFFFFFu) {
+            unsigned int const pair = static_cast<unsigned int>(magnitude % 100);
+            magnitude /= 100;
+            p -= 2;
+            std::memcpy(p, kDigitPairs.text + 2 * pair, 2);
+        }
+    }
+    uint32 const m = static_cast<uint32>(magnitude);
+    uint32 const low = m % 100000000, upper = low / 10000, lower = low % 10000;
+    std::memcpy(p - 10, kDigitPairs.text + 2 * (m / 100000000), 2);
+    std::memcpy(p - 8, kDigitPairs.text + 2 * (upper / 100), 2);
+    std::memcpy(p - 6, kDigitPairs.text + 2 * (upper % 100), 2);
+    std::memcpy(p - 4, kDigitPairs.text + 2 * (lower / 100), 2);
+    std::memcpy(p - 2, kDigitPairs.text + 2 * (lower % 100), 2);
+    unsigned int digits = 1;
+    for (unsigned int i = 1; i < 10; ++i)
+        digits += m >= kPowersOfTen[i];
+    return p - digits;
+}
+
 // Writes the digits of magnitude in Base backwards so that they end just before end.
 template <unsigned int Base, typename Unsigned>
 char* writeDigitsIn(Unsigned magnitude, char* end) {
@@ -84,7 +133,7 @@ char* writeDigits(Unsigned magnitude, bool negative, unsigned int base, char* en
     char* p;
     // The common bases get a constant divisor, which the compiler turns into cheap steps.
     if (base == 10 || base < 2 || base > 36) {
-        p = writeDigitsIn<10>(magnitude, end);
+        p = writeDecimal(magnitude, end);
     } else if (base == 16) {
         p = writeDigitsIn<16>(magnitude, end);
     } else {
@@ -94,9 +143,10 @@ char* writeDigits(Unsigned magnitude, bool negative, unsigned int base, char* en
             magnitude /= base;
         } while (magnitude != 0);
     }
-    if (negative)
-        *--p = '-';
-    return p;
+    // A "-" is written in any case and then kept or not, without a branch: the sign is as
+    // likely one way as the other.
+    *--p = '-';
+    return p + !negative;
 }
 
 // Room for 64 binary digits and a sign.
@@ -137,22 +187,135 @@ String formatInteger(unsigned long value, unsigned int base) {
     return formatUnsigned(value, base);
 }
 
-// The 64-bit forms go through printf: hexadecimal for base 16, decimal for every other base.
+// The 64-bit forms print as printf's "%llX" in base 16 (the two's-complement bits of a
+// negative value) and as "%lld" / "%llu" in every other base.
 String formatInteger(long long value, unsigned int base) {
-    char buffer[32];
-    int const n = std::snprintf(buffer, sizeof buffer, base == 16 ? "%llX" : "%lld", value);
-    return String(buffer, static_cast<unsigned int>(n));
+    if (base == 16)
+        return formatUnsigned(static_cast<unsigned long long>(value), 16);
+    return formatSigned(value, 10);
 }
 
 String formatInteger(unsigned long long value, unsigned int base) {
-    char buffer[32];
-    int const n = std::snprintf(buffer, sizeof buffer, base == 16 ? "%llX" : "%llu", value);
-    return String(buffer, static_cast<unsigned int>(n));
+    return formatUnsigned(value, base == 16 ? 16u : 10u);
 }
+
+#if defined(__cpp_lib_to_chars)
+// to_chars and from_chars round correctly to nearest, as printf and strtod do in that rounding
+// mode, and differ from them only in the decimal point, which is always ".". So they stand in
+// for the C library when the rounding is to nearest and the current decimal point is the one
+// byte "." or "," (exchanged afterwards); this returns that byte, or 0 when they cannot.
+char plainDecimalPoint() {
+    if (std::fegetround() != FE_TONEAREST)
+        return 0;
+    char const* const point = ::nl_langinfo(RADIXCHAR);
+    if (point == nullptr || (point[0] != '.' && point[0] != ',') || point[1] != '\0')
+        return 0;
+    return point[0];
+}
+
+// Writes printf's text for a finite value in the formats f, e and g (upper case: E and G) with
+// the given number of digits to buffer and returns its length; 0 when the C library has to
+// write it.
+unsigned int formatFinite(double value, unsigned int digits, char format, char (&buffer)[1024]) {
+    char const point = plainDecimalPoint();
+    if (point == 0 || !std::isfinite(value))
+        return 0;
+    std::chars_format const style = format == 'f' || format == 'F'   ? std::chars_format::fixed
+                                    : format == 'e' || format == 'E' ? std::chars_format::scientific
+                                                                     : std::chars_format::general;
+    // One byte short, as printf's text is cut to 1023 bytes (none is that long: "%.99f" of
+    // the largest double takes 410).
+    std::to_chars_result const r =
+        std::to_chars(buffer, buffer + sizeof buffer - 1, value, style, static_cast<int>(digits));
+    if (r.ec != std::errc())
+        return 0;
+    bool const upper = format == 'E' || format == 'G';
+    if (point != '.' || upper) {
+        for (char* p = buffer; p != r.ptr; ++p) {
+            if (*p == '.')
+                *p = point;
+            else if (*p == 'e' && upper)
+                *p = 'E';
+        }
+    }
+    return static_cast<unsigned int>(r.ptr - buffer);
+}
+
+// Longest text readPlainReal takes; a longer one goes to strtod.
+unsigned int const kMaxPlainReal = 64;
+
+inline bool isDecimalDigit(char c) {
+    return static_cast<unsigned int>(static_cast<unsigned char>(c) - '0') < 10u;
+}
+
+// Reads the whole of text when it is plainly [+-]digits[.digits][(e|E)[+-]digits], with at
+// least one digit before the exponent and "." or "," as the point: strtod reads such a text
+// whole, and to the same value. False when strtod must decide.
+bool readPlainReal(char const* text, unsigned int length, double& value) {
+    if (length == 0 || length > kMaxPlainReal || plainDecimalPoint() == 0)
+        return false;
+    // ToDouble strips white space first and then finds the text too short; a host may have
+    // made any byte white space.
+    if (isWhite(text[0]) || isWhite(text[length - 1]))
+        return false;
+    // A copy as from_chars reads it: no "+", and "." as the point.
+    char buffer[kMaxPlainReal];
+    char* out = buffer;
+    char const* p = text;
+    char const* const end = text + length;
+    if (*p == '-')
+        *out++ = *p++;
+    else if (*p == '+')
+        ++p;
+    char const* const mantissa = p;
+    while (p != end && isDecimalDigit(*p))
+        *out++ = *p++;
+    std::ptrdiff_t points = 0;
+    if (p != end && (*p == '.' || *p == ',')) {
+        *out++ = '.';
+        ++p;
+        points = 1;
+        while (p != end && isDecimalDigit(*p))
+            *out++ = *p++;
+    }
+    if (p - mantissa == points)
+        return false;
+    if (p != end && (*p == 'e' || *p == 'E')) {
+        *out++ = *p++;
+        if (p != end && (*p == '+' || *p == '-'))
+            *out++ = *p++;
+        if (p == end)
+            return false;
+        while (p != end && isDecimalDigit(*p))
+            *out++ = *p++;
+    }
+    if (p != end)
+        return false;
+    double read = 0.0;
+    std::from_chars_result const r = std::from_chars(buffer, out, read);
+    // Out of range (strtod gives infinity or zero) and anything else goes to strtod.
+    if (r.ec != std::errc() || r.ptr != out)
+        return false;
+    value = read;
+    return true;
+}
+#endif
 
 String formatFloat(double value, checked_value<unsigned int> const& precision, char format) {
     if (format == '\0' || std::strchr("fFeEgG", format) == nullptr)
         format = 'f';
+    char buffer[1024];
+#if defined(__cpp_lib_to_chars)
+    {
+        // printf's default precision is six digits in every one of these formats.
+        unsigned int const digits = !precision.IsSet()           ? 6u
+                                    : precision.GetValue() > 99u ? 99u
+                                                                 : precision.GetValue();
+        unsigned int const length = formatFinite(value, digits, format, buffer);
+        if (length != 0)
+            return String(buffer, length);
+    }
+#endif
     char conversion[8];
     char* p = conversion;
     *p++ = '%';
@@ -165,7 +328,6 @@ String formatFloat(double value, checked_value<unsigned int> const& precision, c
     }
     *p++ = format;
     *p = '\0';
-    char buffer[1024];
     int const n = std::snprintf(buffer, sizeof buffer, conversion, value);
     unsigned int const length = n < 0 ? 0u : static_cast<unsigned int>(n < 1024 ? n : 1023);
     return String(buffer, length);
@@ -223,13 +385,150 @@ T scanUInt(char const*& p, unsigned int& remaining, unsigned int base, bool& ok)
     return value;
 }
 
-// The common part of the integer parsers: white space, a sign ("-" only when allowMinus),
-// digits, white space, and nothing else. Returns false when the text is rejected.
+// Whether the character table makes "0".."9" the digits of base 10, as it does unless a host
+// has patched it. Only these bytes can be, so the decimal path needs no table look-ups.
+bool decimalDigitsAsUsual() {
+    static unsigned char const kDigitRow[10] = {
+        Char::NUMBER_DECIMALDIGIT, Char::NUMBER_DECIMALDIGIT, Char::NUMBER_DECIMALDIGIT,
+        Char::NUMBER_DECIMALDIGIT, Char::NUMBER_DECIMALDIGIT, Char::NUMBER_DECIMALDIGIT,
+        Char::NUMBER_DECIMALDIGIT, Char::NUMBER_DECIMALDIGIT, Char::NUMBER_DECIMALDIGIT,
+        Char::NUMBER_DECIMALDIGIT};
+    return std::memcmp(&_CHAR_CATEGORIES[unsigned('0')], kDigitRow, sizeof kDigitRow) == 0;
+}
+
+// The bytes at p, p[0] in the lowest byte whatever the CPU's byte order.
+template <typename Word>
+Word loadText(char const* p) {
+    Word w;
+    std::memcpy(&w, p, sizeof w);
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    w = sizeof w == 8 ? static_cast<Word>(__builtin_bswap64(w))
+                      : static_cast<Word>(__builtin_bswap32(static_cast<uint32>(w)));
+#endif
+    return w;
+}
+
+// Whether each byte of w is "0".."9". Carries and borrows between bytes only arise next to a
+// byte that is no digit, so they cannot hide one.
+inline bool eightDigitBytes(uint64 w) {
+    uint64 const high = 0x8080808080808080u;
+    return ((w | (w + 0x4646464646464646u) | (w - 0x3030303030303030u)) & high) == 0;
+}
+
+// The value of eight digit bytes, the first one in the lowest byte: pairs, then fours, then
+// all eight, each step with one multiplication.
+inline uint64 eightDigitsValue(uint64 w) {
+    uint64 const mask = 0x000000FF000000FFu;
+    w -= 0x3030303030303030u;
+    w = w * 10 + (w >> 8);
+    return ((w & mask) * (100 + (1000000ull << 32)) +
+            ((w >> 16) & mask) * (1 + (10000ull << 32))) >>
+           32;
+}
+
+// Eight "0" bytes: what a short text's missing bytes are read from.
+char const kZeroDigits[8] = {'0', '0', '0', '0', '0', '0', '0', '0'};
+
+// The lowest n bytes, for n = 0..8.
+uint64 const kLowBytes[9] = {0,
+                             0xFF,
+                             0xFFFF,
+                             0xFFFFFF,
+                             0xFFFFFFFF,
+                             0xFFFFFFFFFF,
+                             0xFFFFFFFFFFFF,
+                             0xFFFFFFFFFFFFFF,
+                             0xFFFFFFFFFFFFFFFF};
+
+// All ones when c holds, else 0.
+inline uint64 maskIf(bool c) {
+    return uint64(0) - uint64(c);
+}
+
+// a where mask is all ones, b where it is 0, computed rather than branched to.
+inline uint64 pick(uint64 mask, uint64 a, uint64 b) {
+    return b ^ ((a ^ b) & mask);
+}
+inline char const* pick(uint64 mask, char const* a, char const* b) {
+    std::uintptr_t const x = reinterpret_cast<std::uintptr_t>(a);
+    std::uintptr_t const y = reinterpret_cast<std::uintptr_t>(b);
+    return reinterpret_cast<char const*>(y ^ ((x ^ y) & static_cast<std::uintptr_t>(mask)));
+}
+
+// The common decimal text without a branch on its length: an optional sign ("-" only when
+// allowMinus) and 1 to 16 digits "0".."9", nothing else, and a value that fits in U. Gives false
+// for every other text (white space, more digits, overflow), which the byte-wise reading then
+// decides. text must be terminated; only its bytes and the terminator are read. The caller has
+// made sure that "0".."9" are the digits of base 10 and no white space.
 template <typename U>
-bool readInteger(String const& text, unsigned int base, bool allowMinus, U& magnitude,
-                 bool& negative) {
-    unsigned int remaining = text.GetLength();
-    char const* p = text.Latin1();
+bool readPlainInteger(char const* text, unsigned int length, bool allowMinus, U& magnitude,
+                      bool& negative) {
+    // Sign and length are as likely one way as the other, so no branch depends on them: the
+    // readings for every length are done, short texts reading "0"s in place of bytes they lack,
+    // and the right one is picked.
+    bool const minus = allowMinus & (text[0] == '-');
+    unsigned int const sign = static_cast<unsigned int>(minus) | (text[0] == '+');
+    char const* const p = text + sign;
+    unsigned int const n = length - sign;
+    // A host may have made a sign white space, which the byte-wise reading would then skip.
+    if (length == 0 || n > 16 || isWhite(text[0]))
+        return false;
+    uint64 const long8 = maskIf(n >= 8);
+    uint64 const long4 = maskIf(n >= 4);
+    // The value is head * 10^(n - 8) + tail: head holds the first eight digits of a long text
+    // ("0"s for a short one), tail the rest, right-aligned, with "0"s filled in below.
+    uint64 const head = loadText<uint64>(pick(long8, p, kZeroDigits));
+    // 8 to 16 digits: the last eight bytes, of which the fill replaces those in head.
+    uint64 const tail8 = loadText<uint64>(pick(long8, p + ((n - 8) & long8), kZeroDigits));
+    // 4 to 7: the last four bytes in the upper half, the first four just above the fill.
+    uint64 const tail4 =
+        uint64(loadText<uint32>(pick(long4, p + ((n - 4) & long4), kZeroDigits))) << 32 |
+        uint64(loadText<uint32>(pick(long4, p, kZeroDigits))) << (8 * ((8 - n) & 7));
+    // 1 to 3: the last three bytes one by one; p[0] (the terminator when n is 0) stands in for
+    // missing ones, and p[-1] is the sign when n is 0.
+    uint64 const last1 = static_cast<unsigned char>(p[static_cast<std::ptrdiff_t>(n) - 1]);
+    uint64 const last2 = static_cast<unsigned char>(p[(n - 2) & maskIf(n >= 2)]);
+    uint64 const last3 = static_cast<unsigned char>(p[(n - 3) & maskIf(n >= 3)]);
+    uint64 const tail1 = last1 << 56 | last2 << 48 | last3 << 40;
+    uint64 const fill = kLowBytes[(8 - n + (8 & static_cast<unsigned int>(long8))) & 15];
+    uint64 const tail =
+        pick(fill, 0x3030303030303030u, pick(long8, tail8, pick(long4, tail4, tail1)));
+    if (n == 0 || !eightDigitBytes(head) || !eightDigitBytes(tail))
+        return false;
+    uint64 const value =
+        eightDigitsValue(head) * kPowersOfTen[(n - 8) & long8] + eightDigitsValue(tail);
+    if (value > std::numeric_limits<U>::max())
+        return false;
+    magnitude = static_cast<U>(value);
+    negative = minus;
+    return true;
+}
+
+// scanUInt for base 10 with the usual digits: reads "0".."9" from p up to end while they last
+// and returns false on overflow of T.
+template <typename T>
+bool scanDecimal(char const*& p, char const* end, T& value) {
+    T const limit = std::numeric_limits<T>::max() / 10;
+    unsigned int const rest = std::numeric_limits<T>::max() % 10;
+    T v = 0;
+    for (; p != end; ++p) {
+        unsigned int const digit = static_cast<unsigned char>(*p) - static_cast<unsigned int>('0');
+        if (digit > 9)
+            break;
+        if (v >= limit && (v > limit || digit > rest))
+            return false;
+        v = static_cast<T>(v * 10u + digit);
+    }
+    value = v;
+    return true;
+}
+
+// The common part of the integer parsers, read byte by byte: white space, a sign ("-" only
+// when allowMinus), digits, white space, and nothing else. decimal tells that base is 10 and
+// "0".."9" are its digits. Returns false when the text is rejected.
+template <typename U>
+bool readIntegerBytewise(char const* p, unsigned int remaining, unsigned int base, bool decimal,
+                         bool allowMinus, U& magnitude, bool& negative) {
     while (remaining != 0 && isWhite(*p)) {
         ++p;
         --remaining;
@@ -239,6 +538,15 @@ bool readInteger(String const& text, unsigned int base, bool allowMinus, U& magn
         negative = *p == '-';
         ++p;
         --remaining;
+    }
+    if (decimal) {
+        char const* const end = p + remaining;
+        char const* const digits = p;
+        if (!scanDecimal<U>(p, end, magnitude) || p == digits)
+            return false;
+        while (p != end && isWhite(*p))
+            ++p;
+        return p == end;
     }
     if (remaining == 0 || !checkCharInBase(*p, base))
         return false;
@@ -253,8 +561,21 @@ bool readInteger(String const& text, unsigned int base, bool allowMinus, U& magn
     return remaining == 0;
 }
 
+// The common part of the integer parsers for a String's text (null for none): the common
+// decimal texts in few steps, everything else byte by byte.
+template <typename U>
+inline bool readInteger(std::string const* text, unsigned int base, bool allowMinus, U& magnitude,
+                        bool& negative) {
+    unsigned int const length = text != nullptr ? static_cast<unsigned int>(text->size()) : 0u;
+    char const* const p = text != nullptr ? text->c_str() : kEmptyText;
+    bool const decimal = base == 10 && decimalDigitsAsUsual();
+    if (decimal && readPlainInteger(p, length, allowMinus, magnitude, negative))
+        return true;
+    return readIntegerBytewise(p, length, base, decimal, allowMinus, magnitude, negative);
+}
+
 template <typename T>
-T toUInt(String const& text, bool* ok, unsigned int base) {
+T toUInt(std::string const* text, bool* ok, unsigned int base) {
     if (ok != nullptr)
         *ok = false;
     T value = 0;
@@ -269,20 +590,23 @@ T toUInt(String const& text, bool* ok, unsigned int base) {
 // Reads a magnitude of type U, accepts it up to maxPositive (maxNegative after a "-") and
 // returns it, negated after a "-", cut to the width of S.
 template <typename U, typename S>
-S toInt(String const& text, bool* ok, unsigned int base, U maxPositive, U maxNegative) {
+S toInt(std::string const* text, bool* ok, unsigned int base, U maxPositive, U maxNegative) {
     if (ok != nullptr)
         *ok = false;
     U magnitude = 0;
     bool negative = false;
     if (!readInteger<U>(text, base, true, magnitude, negative))
         return 0;
-    if (magnitude > (negative ? maxNegative : maxPositive))
+    // The sign picks the limit and the negation without a branch: it is as likely one way as
+    // the other.
+    U const negativeMask = static_cast<U>(U(0) - U(negative));
+    if (magnitude > static_cast<U>(maxPositive ^ ((maxPositive ^ maxNegative) & negativeMask)))
         return 0;
     if (ok != nullptr)
         *ok = true;
     using Bits = std::make_unsigned_t<S>;
-    Bits const bits = static_cast<Bits>(magnitude);
-    return static_cast<S>(negative ? static_cast<Bits>(Bits(0) - bits) : bits);
+    Bits const flip = static_cast<Bits>(Bits(0) - Bits(negative));
+    return static_cast<S>(static_cast<Bits>((static_cast<Bits>(magnitude) ^ flip) - flip));
 }
 
 // Finds a fixed pattern in a text, left to right, in time linear in the text. Most texts
@@ -833,27 +1157,27 @@ String String::Number(float value, unsigned int precision, char format) {
 // --- Parsing ------------------------------------------------------------------------------
 
 short String::ToShort(bool* ok, unsigned int base) const {
-    return toInt<unsigned short, short>(*this, ok, base, 32767, 65535);
+    return toInt<unsigned short, short>(m_pString.get(), ok, base, 32767, 65535);
 }
 
 unsigned short String::ToUShort(bool* ok, unsigned int base) const {
-    return toUInt<unsigned short>(*this, ok, base);
+    return toUInt<unsigned short>(m_pString.get(), ok, base);
 }
 
 int String::ToInt(bool* ok, unsigned int base) const {
-    return toInt<unsigned int, int>(*this, ok, base, 2147483647u, 2147483648u);
+    return toInt<unsigned int, int>(m_pString.get(), ok, base, 2147483647u, 2147483648u);
 }
 
 unsigned int String::ToUInt(bool* ok, unsigned int base) const {
-    return toUInt<unsigned int>(*this, ok, base);
+    return toUInt<unsigned int>(m_pString.get(), ok, base);
 }
 
 int64 String::ToInt64(bool* ok, unsigned int base) const {
-    return toInt<unsigned long long, int32>(*this, ok, base, 4294967295ull, 0ull);
+    return toInt<unsigned long long, int32>(m_pString.get(), ok, base, 4294967295ull, 0ull);
 }
 
 uint64 String::ToUInt64(bool* ok, unsigned int base) const {
-    return toUInt<unsigned long long>(*this, ok, base);
+    return toUInt<unsigned long long>(m_pString.get(), ok, base);
 }
 
 double String::ToDouble(bool* ok) const {
@@ -862,6 +1186,14 @@ double String::ToDouble(bool* ok) const {
     unsigned int const length = GetLength();
     if (length == 0)
         return 0.0;
+#if defined(__cpp_lib_to_chars)
+    double plain = 0.0;
+    if (readPlainReal(m_pString->data(), length, plain)) {
+        if (ok != nullptr)
+            *ok = true;
+        return plain;
+    }
+#endif
     std::lconv const* const conv = std::localeconv();
     char const point =
         conv != nullptr && conv->decimal_point != nullptr && conv->decimal_point[0] != '\0'

@@ -3,8 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cfenv>
 #include <climits>
 #include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <sstream>
@@ -158,6 +162,175 @@ TEST(StringParse, IntegersAndTheRoundTripThroughNumberInEveryBase) {
                       text(String::Number(i32, base)) + " " + text(String::Number(u32, base)));
         }
     }
+}
+
+// The character table's entry for c, which a host may change.
+unsigned char& category(char c) {
+    return _CHAR_CATEGORIES[static_cast<unsigned char>(c)];
+}
+
+// Random 64-bit patterns: every length of magnitude, and as doubles every class of value.
+std::vector<uint64> randomBits(std::mt19937_64& rng, std::size_t n) {
+    std::vector<uint64> bits = {0, 1, ~uint64(0), uint64(1) << 63, 0x7FFFFFFF, 0x80000000};
+    while (bits.size() < n)
+        bits.push_back(rng() >> (rng() % 64));
+    return bits;
+}
+
+// Up to maxLength random bytes of alphabet (zero bytes kept).
+String randomText(std::mt19937_64& rng, std::string const& alphabet, std::size_t maxLength) {
+    String s("");
+    for (std::size_t n = rng() % (maxLength + 1); n != 0; --n)
+        s += alphabet[rng() % alphabet.size()];
+    return s;
+}
+
+// check(where) in "C" and, where installed, a locale whose decimal point is ",", each rounding
+// to nearest and upward.
+template <typename Check>
+void inLocalesAndRoundings(Check check) {
+    for (char const* locale : {"C", "de_DE.UTF-8"})
+        for (int rounding : {FE_TONEAREST, FE_UPWARD})
+            if (std::setlocale(LC_NUMERIC, locale) != nullptr && std::fesetround(rounding) == 0)
+                check(std::string(locale) + (rounding == FE_UPWARD ? " upward" : ""));
+    std::fesetround(FE_TONEAREST);
+    std::setlocale(LC_NUMERIC, "C");
+}
+
+template <typename... Values>
+std::string printed(std::string const& format, Values... values) {
+    char buffer[1024];
+    return std::string(buffer, std::snprintf(buffer, sizeof buffer, format.c_str(), values...));
+}
+
+TEST(StringNumber, WritesWhatPrintfWrites) {
+    std::mt19937_64 rng(7);
+    for (uint64 b : randomBits(rng, 3000)) {
+        long long const ll = static_cast<long long>(b);
+        EXPECT_EQ(text(String::Number(int(b))) + text(String::Number(uint32(b))) +
+                      text(String::Number(long(b))) + text(String::Number(0UL + b)) +
+                      text(String::Number(ll, 2)) + text(String::Number(ll, 16)) +
+                      text(String::Number(0ULL + b, 3)) + text(String::Number(0ULL + b, 16)),
+                  printed("%d%u%ld%lu%lld%llX%llu%llX", int(b), uint32(b), long(b), 0UL + b, ll, ll,
+                          0ULL + b, 0ULL + b));
+    }
+    // Every class of double in every format and precision (unset, 99 and past it included).
+    std::vector<double> values = {0.0, -0.0, 0.5, 2.5, -1e-7, 9.5, 0.15, 1e21, 5e-324};
+    for (uint64 b : randomBits(rng, 400)) {
+        values.push_back(static_cast<double>(static_cast<int64>(b)) / 1024);
+        std::memcpy(&values.emplace_back(), &b, sizeof b);
+    }
+    inLocalesAndRoundings([&](std::string const& where) {
+        for (double d : values)
+            for (char format : std::string("fFeEgG"))
+                for (unsigned int precision : {0xFFFFFFFFu, 0u, 1u, 6u, 17u, 99u, 120u}) {
+                    std::string const conversion =
+                        precision == 0xFFFFFFFF
+                            ? std::string("%") + format
+                            : "%." + std::to_string(std::min(precision, 99u)) + format;
+                    ASSERT_EQ(text(String::Number(d, precision, format)), printed(conversion, d))
+                        << conversion << " " << where;
+                }
+    });
+}
+
+// The decimal rules read plainly: white space, a sign ("-" only when signed), "0".."9" as far
+// as the character table has them as digits, white space. False when the text breaks them or
+// the magnitude needs more than 64 bits.
+bool readByTheRules(String const& s, bool allowMinus, uint64& magnitude, bool& negative) {
+    std::string const t = text(s);
+    std::size_t i = 0;
+    while (i < t.size() && Char(t[i]).IsSpace())
+        ++i;
+    negative = allowMinus && i < t.size() && t[i] == '-';
+    i += i < t.size() && (negative || t[i] == '+');
+    std::size_t const first = i;
+    for (magnitude = 0; i < t.size() && t[i] >= '0' && t[i] <= '9' && Char(t[i]).IsDigit(); ++i) {
+        if (magnitude > (~uint64(0) - (t[i] - '0')) / 10)
+            return false;
+        magnitude = magnitude * 10 + (t[i] - '0');
+    }
+    bool const digits = i != first;
+    while (i < t.size() && Char(t[i]).IsSpace())
+        ++i;
+    return digits && i == t.size();
+}
+
+TEST(StringParse, IntegersFollowTheRulesOnRandomTexts) {
+    std::mt19937_64 rng(11);
+    // Mostly digits and signs; then the neighbours "/" and ":", a letter, white space (0x85 is
+    // none), zero bytes and 0xB0 (a "0" with the top bit).
+    std::string const alphabet = std::string(40, '0') + "0123456789012345678999999999++--- " +
+                                 "/:a\t\xA0\x85\xB0" + std::string(1, '\0');
+    unsigned char const saved7 = category('7'), savedMinus = category('-');
+    for (int round = 0; round < 3; ++round) {
+        // As the table comes, then as a host may change it: "7" no digit, "-" white space.
+        category('7') = round == 1 ? static_cast<unsigned char>(Char::LETTER_LOWERCASE) : saved7;
+        category('-') = round == 2 ? static_cast<unsigned char>(Char::SEPARATOR_SPACE) : savedMinus;
+        for (int i = 0; i < 20000; ++i) {
+            String const s = randomText(rng, alphabet, i % 2 ? 12 : 24);
+            uint64 m = 0, u = 0;
+            bool negative = false, unused = false;
+            bool const isSigned = readByTheRules(s, true, m, negative);
+            bool const isUnsigned = readByTheRules(s, false, u, unused);
+            // Each parser's limits (a rejected text gives 0); m ^ flip - flip negates after "-".
+            uint64 const flip = negative ? ~uint64(0) : 0, value = (m ^ flip) - flip;
+            bool const okShort = isSigned && m <= (negative ? 65535u : 32767u);
+            bool const okInt = isSigned && m <= (negative ? 2147483648u : 2147483647u);
+            bool const okInt64 = isSigned && m <= (negative ? 0u : 4294967295u);
+            bool const okUShort = isUnsigned && u <= 65535, okUInt = isUnsigned && u <= 4294967295u;
+            bool ok[6] = {};
+            EXPECT_EQ(std::make_tuple(s.ToShort(&ok[0]), s.ToUShort(&ok[1]), s.ToInt(&ok[2]),
+                                      s.ToUInt(&ok[3]), s.ToInt64(&ok[4]), s.ToUInt64(&ok[5]),
+                                      ok[0], ok[1], ok[2], ok[3], ok[4], ok[5]),
+                      std::make_tuple(short(okShort ? value : 0), uint16(okUShort ? u : 0),
+                                      int(okInt ? value : 0), uint32(okUInt ? u : 0),
+                                      int64(okInt64 ? int32(m) : 0), isUnsigned ? u : 0, okShort,
+                                      okUShort, okInt, okUInt, okInt64, isUnsigned))
+                << "\"" << text(s) << "\", round " << round;
+        }
+    }
+    category('7') = saved7;
+    category('-') = savedMinus;
+}
+
+TEST(StringParse, ToDoubleReadsWhatStrtodReads) {
+    std::mt19937_64 rng(13);
+    // Printed doubles of every class, and random texts of number bytes and a few others.
+    std::vector<String> texts;
+    for (uint64 b : randomBits(rng, 3000)) {
+        double d = static_cast<double>(b) / 1e9;
+        if (b % 2)
+            std::memcpy(&d, &b, sizeof d);
+        for (char const* format : {"%.17g", "%f", "%e", "%.3g", "%a"})
+            texts.push_back(printed(format, d).c_str());
+    }
+    std::string const alphabet =
+        std::string(20, '5') + "0123456789..,,eE+--+ \xA0xpinfa" + std::string(1, '\0');
+    for (int i = 0; i < 20000; ++i)
+        texts.push_back(randomText(rng, alphabet, i % 2 ? 8 : 30));
+    unsigned char const saved5 = category('5');
+    for (unsigned char five : {saved5, static_cast<unsigned char>(Char::SEPARATOR_SPACE)}) {
+        category('5') = five; // a host may make "5" white space
+        inLocalesAndRoundings([&](std::string const& where) {
+            char const point = *std::localeconv()->decimal_point;
+            for (String const& s : texts) {
+                // The whole text, no white space at either end, "." and "," as the point.
+                std::string t = text(s);
+                for (char& c : t)
+                    c = c == '.' || c == ',' ? point : c;
+                char* end = nullptr;
+                double const expected = std::strtod(t.c_str(), &end);
+                bool const whole = !t.empty() && !Char(t.front()).IsSpace() &&
+                                   !Char(t.back()).IsSpace() && end == t.c_str() + t.size();
+                bool ok = !whole;
+                double const value = s.ToDouble(&ok), wanted = whole ? expected : 0.0;
+                ASSERT_EQ(ok, whole) << "\"" << t << "\" " << where;
+                ASSERT_EQ(std::memcmp(&value, &wanted, sizeof value), 0) << t << " " << where;
+            }
+        });
+    }
+    category('5') = saved5;
 }
 
 TEST(StringParse, ToDoubleAndTheDecimalCommaLocale) {
