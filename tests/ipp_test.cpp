@@ -6,8 +6,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <limits>
+#include <random>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -15,6 +19,8 @@ namespace {
 
 float const kInfF = std::numeric_limits<float>::infinity();
 float const kNaNF = std::numeric_limits<float>::quiet_NaN();
+double const kInf = std::numeric_limits<double>::infinity();
+double const kNaN = std::numeric_limits<double>::quiet_NaN();
 
 template <typename T>
 T valueAt(std::size_t i) {
@@ -179,6 +185,171 @@ TEST(IPP, FloatDoubleConversionsAndTheUnimplementedOnesLeaveTheDestination) {
     IPP::Convert(5, wide, narrow);
     EXPECT_TRUE(narrow[0] == 0.1f && narrow[1] == kInfF && narrow[2] == 0.0f &&
                 std::signbit(narrow[2]) && narrow[3] == 1.0f && std::isnan(narrow[4]));
+}
+
+template <typename T, typename Bits>
+T fromBits(Bits bits) {
+    static_assert(sizeof(T) == sizeof(Bits));
+    T value;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+// Random samples: a quarter from the edges of the rules, the rest raw bit patterns (NaNs with
+// payloads, signalling ones too, denormals, infinities) and values near the short range at the
+// scales used.
+float floatSample(std::mt19937& rng) {
+    float const tiny = std::numeric_limits<float>::denorm_min();
+    float const normal = std::numeric_limits<float>::min(), max = std::numeric_limits<float>::max();
+    float const edges[] = {0.0f,      -0.0f,         kInfF,          -kInfF,
+                           kNaNF,     -kNaNF,        tiny,           -tiny * 8388607,
+                           normal,    max,           -max,           32767.0f,
+                           32767.5f,  32768.0f,      -32768.0f,      -32768.5f,
+                           -32769.0f, 0.5f,          -0.5f,          1.5f,
+                           -2.5f,     2147483648.0f, -2147483648.0f, 1.0f,
+                           -1.0f,     0.99999994f,   -1.0f / 32768,  1.0f / 65536};
+    switch (rng() % 4) {
+    case 0:
+        return edges[rng() % std::size(edges)];
+    case 1:
+        return fromBits<float>(static_cast<std::uint32_t>(rng()));
+    case 2:
+        return std::uniform_real_distribution<float>(-1.1f, 1.1f)(rng);
+    default:
+        return std::uniform_real_distribution<float>(-70000.0f, 70000.0f)(rng);
+    }
+}
+
+// The same for narrowing, with the ties of the rounding (past the largest float, at half the
+// smallest denormal, at 1 + 2^-24) and doubles next to the midpoints between two floats.
+double doubleSample(std::mt19937& rng) {
+    double const top = std::numeric_limits<float>::max() + std::ldexp(1.0, 103);
+    double const belowTop = top - std::ldexp(1.0, 75), max = std::numeric_limits<double>::max();
+    double const half = std::ldexp(1.0, -150), aboveHalf = half * (1 + std::ldexp(1.0, -52));
+    double const tieAtOne = 1 + std::ldexp(1.0, -24);
+    double const edges[] = {0.0,   -0.0,      kInf,     kNaN,     max,   top,   belowTop,
+                            -half, aboveHalf, 3 * half, tieAtOne, 1e300, -1e-50};
+    std::uint64_t const bits = (std::uint64_t{rng()} << 32) | rng();
+    switch (rng() % 4) {
+    case 0:
+        return edges[rng() % std::size(edges)];
+    case 1:
+        return fromBits<double>(bits);
+    default:
+        double const near = fromBits<float>(static_cast<std::uint32_t>(bits));
+        return fromBits<double>(fromBits<std::uint64_t>(near) + (1u << 28) + rng() % 5 - 2);
+    }
+}
+
+// 1 << (count modulo 64) in 32 bits, as a float: 31 wraps to -2^31, 32 to 63 give 0.
+float shiftedOne(long long count) {
+    long long const shift = (count % 64 + 64) % 64;
+    return shift < 32 ? static_cast<float>(static_cast<std::int32_t>(std::uint32_t{1} << shift))
+                      : 0.0f;
+}
+
+template <typename T>
+T* pastLine(std::vector<T>& block, std::size_t offset) {
+    std::uintptr_t const address = reinterpret_cast<std::uintptr_t>(block.data());
+    return block.data() + (64 - address % 64) % 64 / sizeof(T) + offset;
+}
+
+template <typename T>
+std::string firstDifference(std::vector<T> const& got, std::vector<T> const& want) {
+    for (std::size_t i = 0; i < got.size(); ++i)
+        if (std::memcmp(&got[i], &want[i], sizeof(T)) != 0)
+            return "element " + std::to_string(i) + " of the block";
+    return "";
+}
+
+// Converts n samples with src and dst the given elements past a 64-byte boundary and compares
+// the whole destination block, the bytes around the result included, bit for bit with the rule
+// applied one sample at a time; a narrowing conversion also in place.
+template <typename Src, typename Dst, typename Sample, typename Convert, typename Rule>
+std::string check(std::size_t n, std::size_t srcOffset, std::size_t dstOffset, Sample sample,
+                  Convert convert, Rule rule) {
+    std::vector<Src> src(n + 48);
+    std::vector<Dst> dst(n + 96);
+    std::memset(dst.data(), 0xA5, dst.size() * sizeof(Dst));
+    std::vector<Dst> want = dst;
+    Src* const in = pastLine(src, srcOffset);
+    Dst* const out = pastLine(dst, dstOffset);
+    for (std::size_t i = 0; i < n; ++i) {
+        in[i] = sample();
+        want[out - dst.data() + i] = rule(in[i]);
+    }
+    convert(static_cast<unsigned>(n), in, out);
+    std::string const where = ", " + std::to_string(n) + " samples, src +" +
+                              std::to_string(srcOffset) + ", dst +" + std::to_string(dstOffset);
+    if (std::string const difference = firstDifference(dst, want); !difference.empty())
+        return difference + where;
+    if (sizeof(Dst) >= sizeof(Src))
+        return "";
+    std::vector<Src> inPlace = src;
+    std::memcpy(inPlace.data() + (in - src.data()), out, n * sizeof(Dst));
+    convert(static_cast<unsigned>(n), in, reinterpret_cast<Dst*>(in));
+    std::string const difference = firstDifference(src, inPlace);
+    return difference.empty() ? "" : difference + where + ", in place";
+}
+
+template <typename Src, typename Dst, typename Sample, typename Convert, typename Rule>
+void checkEverywhere(std::mt19937& rng, bool large, Sample sample, Convert convert, Rule rule) {
+    auto const run = [&](std::size_t n, std::size_t srcOffset, std::size_t dstOffset) {
+        return check<Src, Dst>(n, srcOffset, dstOffset, sample, convert, rule);
+    };
+    for (std::size_t srcOffset = 0; srcOffset < 16; ++srcOffset)
+        for (std::size_t dstOffset = 0; dstOffset < 32; ++dstOffset)
+            ASSERT_EQ(run(rng() % 301, srcOffset, dstOffset), "");
+    // Past a few megabytes the destination is written with streaming stores.
+    for (std::size_t offset : {0u, 13u})
+        if (large) {
+            ASSERT_EQ(run((1u << 21) + 37, offset, offset / 2), "");
+        }
+}
+
+// Every vector path against the rule, sample by sample (the tests run again with the wider
+// paths switched off): lengths up to 300 at every offset, specials and random bit patterns,
+// nothing written outside the block, and the same result in place for the narrowing ones.
+TEST(IPP, ConversionsFollowTheRuleAtEveryLengthAndOffset) {
+    std::mt19937 rng(20240611);
+    int const intMin = std::numeric_limits<int>::min(), intMax = std::numeric_limits<int>::max();
+    auto const shorts = [&] {
+        return rng() % 8 == 0 ? std::numeric_limits<short>::min() : static_cast<short>(rng());
+    };
+    auto const floats = [&] { return floatSample(rng); };
+    auto const doubles = [&] { return doubleSample(rng); };
+    for (int scaleBits : {0, 1, 15, 31, 32, 63, 64, -1, -33, intMin, intMax}) {
+        float const factor = shiftedOne(scaleBits) == 0 ? kInfF : 1.0f / shiftedOne(scaleBits);
+        checkEverywhere<short, float>(
+            rng, scaleBits == 15, shorts,
+            [&](unsigned n, short const* s, float* d) { IPP::Convert(n, s, d, scaleBits); },
+            [&](short v) { return static_cast<float>(static_cast<double>(v) * factor); });
+    }
+    for (int scaleBits : {-15, -16, 0, 1, 32, -31, 33, -63, intMin, intMax})
+        for (bool rounding : {false, true}) {
+            float const factor = shiftedOne(-static_cast<long long>(scaleBits)),
+                        bias = rounding ? 0.5f : 0.0f;
+            // Through double, so the multiply and the add are each rounded once and never fused.
+            auto const rule = [&](float v) {
+                float const scaled = static_cast<float>(double{v} * factor);
+                float const x = static_cast<float>(double{scaled} + bias);
+                return std::isnan(x) || x <= -32768.0f ? short(-32768)
+                       : x >= 32767.0f                 ? short(32767)
+                                                       : static_cast<short>(x);
+            };
+            checkEverywhere<float, short>(
+                rng, scaleBits == -15 && rounding, floats,
+                [&](unsigned n, float const* s, short* d) {
+                    IPP::Convert(n, s, d, scaleBits, rounding);
+                },
+                rule);
+        }
+    checkEverywhere<float, double>(
+        rng, true, floats, [](unsigned n, float const* s, double* d) { IPP::Convert(n, s, d); },
+        [](float v) { return static_cast<double>(v); });
+    checkEverywhere<double, float>(
+        rng, true, doubles, [](unsigned n, double const* s, float* d) { IPP::Convert(n, s, d); },
+        [](double v) { return static_cast<float>(v); });
 }
 
 } // namespace
