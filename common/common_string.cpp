@@ -2,7 +2,6 @@
 
 #include <Carbon/Carbon.h>
 
-#include <cfenv>
 #include <charconv>
 #include <clocale>
 #include <cmath>
@@ -200,12 +199,20 @@ String formatInteger(unsigned long long value, unsigned int base) {
 }
 
 #if defined(__cpp_lib_to_chars)
+
+// Whether the current rounding is to nearest, asked of the arithmetic itself: 1 + 3/4 ulp
+// rounds up and 1 + 1/4 ulp rounds down only then. (fegetround would do, but on 32-bit
+// PowerPC glibc reads the mode with an instruction that emulators refuse.)
+bool roundingToNearest() {
+    volatile double one = 1.0, threeQuarters = 0x1.8p-53, quarter = 0x1p-54;
+    return one + threeQuarters != one && one + quarter == one;
+}
 // to_chars and from_chars round correctly to nearest, as printf and strtod do in that rounding
 // mode, and differ from them only in the decimal point, which is always ".". So they stand in
 // for the C library when the rounding is to nearest and the current decimal point is the one
 // byte "." or "," (exchanged afterwards); this returns that byte, or 0 when they cannot.
 char plainDecimalPoint() {
-    if (std::fegetround() != FE_TONEAREST)
+    if (!roundingToNearest())
         return 0;
     char const* const point = ::nl_langinfo(RADIXCHAR);
     if (point == nullptr || (point[0] != '.' && point[0] != ',') || point[1] != '\0')

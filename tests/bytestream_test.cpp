@@ -186,8 +186,7 @@ TEST(ByteStream, WritesAnywhereMatchAPlainModel) {
     std::mt19937_64 rng(20261123);
     for (int trial = 0; trial < 200; ++trial) {
         ByteStream s(static_cast<unsigned int>(rng() % 3 == 0 ? rng() % 300 : 0));
-        if (trial % 2)
-            s.SetEndianType(DataStream::ENDIAN_BIG);
+        s.SetEndianType(trial % 2 ? DataStream::ENDIAN_BIG : DataStream::ENDIAN_LITTLE);
         Bytes model;
         for (int step = 0; step < 60; ++step) {
             std::size_t const position = rng() % (model.size() + 40);

@@ -189,11 +189,21 @@ String randomText(std::mt19937_64& rng, std::string const& alphabet, std::size_t
 // to nearest and upward.
 template <typename Check>
 void inLocalesAndRoundings(Check check) {
-    for (char const* locale : {"C", "de_DE.UTF-8"})
-        for (int rounding : {FE_TONEAREST, FE_UPWARD})
-            if (std::setlocale(LC_NUMERIC, locale) != nullptr && std::fesetround(rounding) == 0)
-                check(std::string(locale) + (rounding == FE_UPWARD ? " upward" : ""));
-    std::fesetround(FE_TONEAREST);
+#if defined(__powerpc__) && !defined(__powerpc64__)
+    // qemu-ppc refuses the instruction 32-bit glibc sets the rounding mode with.
+    bool const upward = false;
+#else
+    bool const upward = true;
+#endif
+    for (char const* locale : {"C", "de_DE.UTF-8"}) {
+        if (std::setlocale(LC_NUMERIC, locale) == nullptr)
+            continue;
+        check(locale);
+        if (upward && std::fesetround(FE_UPWARD) == 0) {
+            check(std::string(locale) + " upward");
+            std::fesetround(FE_TONEAREST);
+        }
+    }
     std::setlocale(LC_NUMERIC, "C");
 }
 
@@ -207,11 +217,12 @@ TEST(StringNumber, WritesWhatPrintfWrites) {
     std::mt19937_64 rng(7);
     for (uint64 b : randomBits(rng, 3000)) {
         long long const ll = static_cast<long long>(b);
+        unsigned long const ul = static_cast<unsigned long>(b); // 32 bits on 32-bit CPUs
         EXPECT_EQ(text(String::Number(int(b))) + text(String::Number(uint32(b))) +
-                      text(String::Number(long(b))) + text(String::Number(0UL + b)) +
+                      text(String::Number(long(b))) + text(String::Number(ul)) +
                       text(String::Number(ll, 2)) + text(String::Number(ll, 16)) +
                       text(String::Number(0ULL + b, 3)) + text(String::Number(0ULL + b, 16)),
-                  printed("%d%u%ld%lu%lld%llX%llu%llX", int(b), uint32(b), long(b), 0UL + b, ll, ll,
+                  printed("%d%u%ld%lu%lld%llX%llu%llX", int(b), uint32(b), long(b), ul, ll, ll,
                           0ULL + b, 0ULL + b));
     }
     // Every class of double in every format and precision (unset, 99 and past it included).
