@@ -2,6 +2,7 @@
 
 #include <Carbon/Carbon.h>
 
+#include <cfenv>
 #include <charconv>
 #include <clocale>
 #include <cmath>
@@ -200,12 +201,18 @@ String formatInteger(unsigned long long value, unsigned int base) {
 
 #if defined(__cpp_lib_to_chars)
 
-// Whether the current rounding is to nearest, asked of the arithmetic itself: 1 + 3/4 ulp
-// rounds up and 1 + 1/4 ulp rounds down only then. (fegetround would do, but on 32-bit
-// PowerPC glibc reads the mode with an instruction that emulators refuse.)
+// Whether the current rounding is to nearest, asked the way the C library's printf and strtod
+// ask, so that both always agree (valgrind, for one, keeps the mode but rounds to nearest).
+// On 32-bit PowerPC the arithmetic answers instead: 1 + 3/4 ulp rounds up and 1 + 1/4 ulp
+// rounds down only when rounding to nearest, while glibc's fegetround there uses an
+// instruction that emulators refuse.
 bool roundingToNearest() {
+#if defined(__powerpc__) && !defined(__powerpc64__)
     volatile double one = 1.0, threeQuarters = 0x1.8p-53, quarter = 0x1p-54;
     return one + threeQuarters != one && one + quarter == one;
+#else
+    return std::fegetround() == FE_TONEAREST;
+#endif
 }
 // to_chars and from_chars round correctly to nearest, as printf and strtod do in that rounding
 // mode, and differ from them only in the decimal point, which is always ".". So they stand in
