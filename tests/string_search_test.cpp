@@ -91,20 +91,30 @@ TEST(StringSearch, FindFindRevBeginsWithAndEndsWith) {
     for (auto const& [s, what, start, cs, expected] : strings)
         EXPECT_EQ(pos(s.Find(what, start, cs)), expected)
             << (what ? what : "(null)") << " in " << text(s) << " from " << start;
-    // Against a plain search of the lower-cased texts, on texts full of near misses.
+    // Against a plain search of the text up to its first zero byte (lower-cased when case does
+    // not count), on texts full of near misses, some long enough for a pattern that keeps
+    // nearly matching to hand the search over.
     std::mt19937 rng(11);
-    for (int round = 0; round < 2000; ++round) {
-        std::string const hay = randomText(rng, "aAb", 40), what = randomText(rng, "aAb", 6);
-        std::string lowerHay = hay, lowerWhat = what;
-        for (std::string* t : {&lowerHay, &lowerWhat})
-            for (char& c : *t)
-                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (int round = 0; round < 4000; ++round) {
+        bool const cs = round % 2, longText = round % 8 < 2;
+        std::string const hay = randomText(rng, longText ? "aaaaaaaAb"s : "aA\0b"s,
+                                           longText ? 3000 : 40),
+                          what = randomText(rng, longText ? "aaaaaaaaaaaab" : "aAb", 12);
         unsigned int const start = rng() % 8;
-        std::size_t const plain = start < hay.size() ? lowerHay.find(lowerWhat, start) : hay.npos;
-        EXPECT_EQ(pos(bytesOf(hay).Find(what.c_str(), start, false)),
-                  plain == hay.npos ? -1 : static_cast<int>(plain))
-            << what << " in " << hay << " from " << start;
+        std::string tail = start < hay.size() ? hay.substr(start) : "", lowerWhat = what;
+        tail.resize(std::min(tail.size(), tail.find('\0')));
+        for (std::string* t : {&tail, &lowerWhat})
+            for (char& c : *t)
+                c = cs ? c : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        std::size_t const plain = start < hay.size() ? tail.find(lowerWhat) : hay.npos;
+        EXPECT_EQ(pos(bytesOf(hay).Find(what.c_str(), start, cs)),
+                  plain == hay.npos ? -1 : static_cast<int>(start + plain))
+            << what << " in " << hay << " from " << start << ", case " << cs;
     }
+
+    // A run of n letters, then the pattern's last byte: every candidate nearly matches.
+    for (unsigned int n = 2; n < 600; ++n)
+        EXPECT_EQ(pos(bytesOf(std::string(n, 'a') + "b").Find("aab", 0, n % 2)), int(n) - 2) << n;
 
     // Text, affix, case-sensitive, BeginsWith, EndsWith.
     std::vector<std::tuple<String, String, bool, bool, bool>> const affixes = {
