@@ -1029,25 +1029,32 @@ String String::SimplifyWhiteSpace() const {
     if (length == 0)
         return *this;
     char const* const text = m_pString->data();
-    // The result is never longer than the text: allocate once and cut it at the end.
-    std::string result(length, '\0');
-    char* const out = &result[0];
-    unsigned int written = 0;
-    unsigned int i = 0;
-    while (i < length && isWhite(text[i]))
-        ++i;
-    while (i < length) {
-        while (i < length && !isWhite(text[i]))
-            out[written++] = text[i++];
-        if (i < length) {
-            out[written++] = ' ';
-            while (i < length && isWhite(text[i]))
-                ++i;
+    // The host may change the character table, but not during this call: look each byte up
+    // once here, so that the loop below has no branch that depends on the text.
+    bool white[256];
+    for (unsigned int b = 0; b < 256; ++b)
+        white[b] = isWhite(static_cast<char>(b));
+    // A run of white space writes one " ", which the next byte overwrites while the run goes
+    // on; the run before the first word is dropped as if a run had come before it. The bytes
+    // go through a small buffer, so the result is reserved once but never filled twice.
+    std::string result;
+    result.reserve(length);
+    char out[4096];
+    bool inRun = true;
+    for (unsigned int done = 0; done < length;) {
+        unsigned int const end = done + std::min(length - done, unsigned(sizeof out));
+        unsigned int written = 0;
+        for (; done < end; ++done) {
+            unsigned char const b = static_cast<unsigned char>(text[done]);
+            bool const isRun = white[b];
+            out[written] = isRun ? ' ' : static_cast<char>(b);
+            written += !(isRun && inRun);
+            inRun = isRun;
         }
+        result.append(out, written);
     }
-    if (written != 0 && out[written - 1] == ' ')
-        --written;
-    result.resize(written);
+    if (!result.empty() && result.back() == ' ')
+        result.pop_back();
     return fromBytes(std::move(result));
 }
 
