@@ -832,9 +832,8 @@ String operator+(String const& a, char const* b) {
 }
 
 String String::fromBytes(std::string&& bytes) {
-    String result;
-    result.m_pString.reset(new std::string(std::move(bytes)));
-    return result;
+    // Built in place: a default String and reset() would allocate and free a count first.
+    return String(Adopt(), new std::string(std::move(bytes)));
 }
 
 // --- Searching ----------------------------------------------------------------------------

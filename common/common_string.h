@@ -295,6 +295,9 @@ public:
     ///@}
 
 private:
+    struct Adopt {};
+    // Owns text (from new) with a count of its own, allocating nothing more.
+    String(Adopt, std::string* text) : m_pString(text) {}
     // A String owning exactly these bytes.
     static String fromBytes(std::string&& bytes);
 
