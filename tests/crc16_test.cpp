@@ -115,16 +115,17 @@ std::uint32_t xPowerModG(unsigned n) {
 
 // Each multiplier is x^(n-1) mod G bit-reflected into the top 16 bits of a 64-bit operand (the
 // missing factor x is the one-bit shift of a reflected carry-less product), for the folding
-// distances of 128, 1024 and 2048 bits and those plus 64.
+// distances of 128, 256, 384, 512, 1024 and 2048 bits and those plus 64.
 TEST(CRC16, FoldingMultipliersArePowersOfXModuloTheGenerator) {
-    for (unsigned n : {128u, 192u, 1024u, 1088u, 2048u, 2112u}) {
-        std::uint32_t const r = xPowerModG(n - 1);
-        std::uint64_t expected = 0;
-        for (unsigned e = 0; e < 16; ++e)
-            if ((r >> e) & 1)
-                expected |= std::uint64_t{1} << (63 - e);
-        EXPECT_EQ(Util::detail::CRC16FoldMultiplier(n), expected) << "x^" << n;
-    }
+    for (unsigned d : {128u, 256u, 384u, 512u, 1024u, 2048u})
+        for (unsigned n : {d, d + 64}) {
+            std::uint32_t const r = xPowerModG(n - 1);
+            std::uint64_t expected = 0;
+            for (unsigned e = 0; e < 16; ++e)
+                if ((r >> e) & 1)
+                    expected |= std::uint64_t{1} << (63 - e);
+            EXPECT_EQ(Util::detail::CRC16FoldMultiplier(n), expected) << "x^" << n;
+        }
 }
 
 } // namespace
