@@ -139,19 +139,40 @@ bool ByteStream::available(std::size_t n) const {
     return n <= m_size && m_iPos <= m_size - n;
 }
 
+// The common case needs no call, and so no stack frame: the growing case is a tail call.
 template <typename Word>
-void ByteStream::putWord(Word w) noexcept {
-    unsigned char* p = reserveAtPosition(sizeof w);
+DataStream& ByteStream::putWord(Word w) noexcept {
+    std::size_t const end = std::size_t{m_iPos} + sizeof w;
+    if (m_iPos > m_size || end > m_capacity)
+        return putWordGrowing(w);
+    if (end > m_size)
+        m_size = end;
+    if (swapping())
+        w = byteSwap(w);
+    std::memcpy(m_data + m_iPos, &w, sizeof w);
+    m_iPos += static_cast<uint32>(sizeof w);
+    return *this;
+}
+
+template <typename Word>
+__attribute__((noinline)) DataStream& ByteStream::putWordGrowing(Word w) noexcept {
+    unsigned char* p = growForPosition(sizeof w);
     if (swapping())
         w = byteSwap(w);
     std::memcpy(p, &w, sizeof w);
     m_iPos += static_cast<uint32>(sizeof w);
+    return *this;
+}
+
+// Out of line, so that the reads that succeed need no stack frame.
+__attribute__((noinline, cold)) void ByteStream::failShortRead(unsigned int width) const {
+    throw shortRead(width, m_iPos, GetSize());
 }
 
 template <typename Word>
 Word ByteStream::getWord() {
     if (!available(sizeof(Word)))
-        throw shortRead(static_cast<unsigned int>(sizeof(Word)), m_iPos, GetSize());
+        failShortRead(static_cast<unsigned int>(sizeof(Word)));
     Word w;
     std::memcpy(&w, m_data + m_iPos, sizeof w);
     m_iPos += static_cast<uint32>(sizeof w);
@@ -333,63 +354,51 @@ double ByteStream::ReadPrimitive(double) {
 // Insertion.
 
 DataStream& ByteStream::operator<<(bool v) noexcept {
-    putWord<uint8>(v ? 1 : 0);
-    return *this;
+    return putWord<uint8>(v ? 1 : 0);
 }
 
 DataStream& ByteStream::operator<<(char v) noexcept {
-    putWord(static_cast<uint8>(v));
-    return *this;
+    return putWord(static_cast<uint8>(v));
 }
 
 DataStream& ByteStream::operator<<(signed char v) noexcept {
-    putWord(static_cast<uint8>(v));
-    return *this;
+    return putWord(static_cast<uint8>(v));
 }
 
 DataStream& ByteStream::operator<<(unsigned char v) noexcept {
-    putWord(static_cast<uint8>(v));
-    return *this;
+    return putWord(static_cast<uint8>(v));
 }
 
 DataStream& ByteStream::operator<<(short v) noexcept {
-    putWord(static_cast<uint16>(v));
-    return *this;
+    return putWord(static_cast<uint16>(v));
 }
 
 DataStream& ByteStream::operator<<(unsigned short v) noexcept {
-    putWord(static_cast<uint16>(v));
-    return *this;
+    return putWord(static_cast<uint16>(v));
 }
 
 DataStream& ByteStream::operator<<(int v) noexcept {
-    putWord(static_cast<uint32>(v));
-    return *this;
+    return putWord(static_cast<uint32>(v));
 }
 
 DataStream& ByteStream::operator<<(unsigned int v) noexcept {
-    putWord(static_cast<uint32>(v));
-    return *this;
+    return putWord(static_cast<uint32>(v));
 }
 
 DataStream& ByteStream::operator<<(long v) noexcept {
-    putWord(static_cast<uint32>(v));
-    return *this;
+    return putWord(static_cast<uint32>(v));
 }
 
 DataStream& ByteStream::operator<<(unsigned long v) noexcept {
-    putWord(static_cast<uint32>(v));
-    return *this;
+    return putWord(static_cast<uint32>(v));
 }
 
 DataStream& ByteStream::operator<<(float v) noexcept {
-    putWord(bitCast<uint32>(v));
-    return *this;
+    return putWord(bitCast<uint32>(v));
 }
 
 DataStream& ByteStream::operator<<(double v) noexcept {
-    putWord(bitCast<uint64>(v));
-    return *this;
+    return putWord(bitCast<uint64>(v));
 }
 
 DataStream& ByteStream::operator<<(String const& s) noexcept {

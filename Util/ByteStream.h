@@ -107,10 +107,14 @@ private:
     bool available(std::size_t n) const;
     // Whether multi-byte values are reversed under the current endian type.
     bool swapping() const;
+    // Writes w at the position; the stream is returned so that callers end in a tail call.
     template <typename Word>
-    void putWord(Word w) noexcept;
+    DataStream& putWord(Word w) noexcept;
+    template <typename Word>
+    DataStream& putWordGrowing(Word w) noexcept;
     template <typename Word>
     Word getWord();
+    [[noreturn]] void failShortRead(unsigned int width) const;
     void putBytes(unsigned char const* p, std::size_t n) noexcept;
     void readText(unsigned int length, String& s) noexcept;
 
