@@ -155,12 +155,16 @@ inline __m128i load(unsigned char const* p) {
     return _mm_loadu_si128(reinterpret_cast<__m128i const*>(p));
 }
 
+// The two 64-bit multipliers of one folding distance as one operand.
+inline __m128i multipliers(std::uint64_t high, std::uint64_t low) {
+    return _mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low));
+}
+
 // Folds the lanes, in message order, into one, then the remaining 16-byte blocks of p, and
 // finishes the last bytes with the table loop.
 __attribute__((target("pclmul"))) std::uint16_t
 finishFolding(__m128i const* lanes, int count, unsigned char const* p, std::size_t n) {
-    __m128i const k128 =
-        _mm_set_epi64x(static_cast<long long>(kFold128High), static_cast<long long>(kFold128Low));
+    __m128i const k128 = multipliers(kFold128High, kFold128Low);
     __m128i acc = lanes[0];
     for (int i = 1; i < count; ++i)
         acc = fold(acc, k128, lanes[i]);
@@ -172,10 +176,6 @@ finishFolding(__m128i const* lanes, int count, unsigned char const* p, std::size
     alignas(16) unsigned char rest[16];
     _mm_store_si128(reinterpret_cast<__m128i*>(rest), acc);
     return crcSlicing(crcSlicing(0, rest, 16), p, n);
-}
-
-inline __m128i multipliers(std::uint64_t high, std::uint64_t low) {
-    return _mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low));
 }
 
 // Short blocks: four lanes of 16 bytes, at the end each folded straight onto the last over its
@@ -208,8 +208,7 @@ __attribute__((target("pclmul"))) std::uint16_t crcClmul(std::uint16_t crc, unsi
     if (n < kClmulEightLanes)
         return crcClmulShort(crc, p, n);
 
-    __m128i const k1024 =
-        _mm_set_epi64x(static_cast<long long>(kFold1024High), static_cast<long long>(kFold1024Low));
+    __m128i const k1024 = multipliers(kFold1024High, kFold1024Low);
 
     // Eight independent lanes of 16 bytes hide the multiplier's latency.
     __m128i lane[8];
@@ -247,8 +246,7 @@ __attribute__((target("avx512f,vpclmulqdq,pclmul"))) std::uint16_t
 crcClmul512(std::uint16_t crc, unsigned char const* p, std::size_t n) {
     if (n < kClmul512Minimum)
         return crcClmul(crc, p, n);
-    __m512i const k2048 = _mm512_broadcast_i32x4(_mm_set_epi64x(
-        static_cast<long long>(kFold2048High), static_cast<long long>(kFold2048Low)));
+    __m512i const k2048 = _mm512_broadcast_i32x4(multipliers(kFold2048High, kFold2048Low));
     __m512i acc[4];
     for (int i = 0; i < 4; ++i)
         acc[i] = _mm512_loadu_si512(p + 64 * i);
